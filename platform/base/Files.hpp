@@ -1,0 +1,86 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kestrelune {
+
+/// A value, or the error number (`errno`) of the system call that failed.
+template <class T>
+struct Outcome {
+  T value{};
+  int error = 0;
+
+  explicit operator bool() const { return error == 0; }
+};
+
+struct FileInfo {
+  enum class Kind { regular, folder, link, other };
+  Kind kind = Kind::other;
+  std::uint64_t size = 0;
+  std::uint64_t inode = 0;
+  std::uint64_t device = 0;
+  mode_t mode = 0;  ///< permission bits only
+};
+
+/// Every file operation and system call that the program makes, one call each, so that a test can fail, or stop
+/// before, the n-th of them. An `int` result is 0 or an error number. Calls interrupted by a signal are repeated,
+/// except `write`.
+class Files {
+ public:
+  virtual ~Files() = default;
+
+  virtual Outcome<int> open(const std::string& path, int flags, mode_t mode) = 0;
+  virtual Outcome<std::size_t> read(int descriptor, char* buffer, std::size_t size) = 0;
+  virtual Outcome<std::size_t> write(int descriptor, const char* bytes, std::size_t size) = 0;
+  virtual int fchmod(int descriptor, mode_t mode) = 0;
+  virtual int fsync(int descriptor) = 0;
+  virtual int close(int descriptor) = 0;
+  virtual Outcome<FileInfo> descriptorInfo(int descriptor) = 0;
+
+  virtual Outcome<FileInfo> info(const std::string& path) = 0;      ///< follows links
+  virtual Outcome<FileInfo> linkInfo(const std::string& path) = 0;  ///< doesn't
+  virtual int chmod(const std::string& path, mode_t mode) = 0;
+  virtual int access(const std::string& path, int mode) = 0;
+  virtual int rename(const std::string& from, const std::string& to) = 0;
+  /// Swaps two paths in one step (renameat2); ENOSYS or EINVAL where the file system can't.
+  virtual int exchange(const std::string& a, const std::string& b) = 0;
+  virtual int unlink(const std::string& path) = 0;
+  virtual int link(const std::string& from, const std::string& to) = 0;
+  virtual int symlink(const std::string& target, const std::string& path) = 0;
+  virtual Outcome<std::string> readlink(const std::string& path) = 0;
+  virtual int makeFolder(const std::string& path, mode_t mode) = 0;
+  virtual int removeFolder(const std::string& path) = 0;
+  /// Names in a folder without "." and "..", sorted.
+  virtual Outcome<std::vector<std::string>> list(const std::string& path) = 0;
+
+  /// kill(2); signal 0 only asks.
+  virtual int kill(pid_t pid, int signal) = 0;
+};
+
+/// The operating system's own. Descriptors are opened close-on-exec.
+Files& systemFiles();
+
+/// A process that exists, whether or not it is ours to signal.
+bool isAlive(Files& files, pid_t pid);
+
+/// The whole file. EFBIG, without having read it, when it is larger than `limit`; EISDIR for a folder.
+Outcome<std::string> readFile(Files& files, const std::string& path, std::size_t limit);
+
+/// Makes the folder and its missing parents with `mode`, whatever the umask. What exists is left as it is.
+int makeFolders(Files& files, const std::string& path, mode_t mode);
+
+/// Makes what was renamed, linked or made in this folder durable. File systems that can't sync a folder are tolerated.
+int syncFolder(Files& files, const std::string& folder);
+
+/// Places a file whole: a temporary name in the same folder (`temporaryPrefix`, a fresh UUID, `temporarySuffix`),
+/// opened exclusively with mode 0600, written, given `mode`, synced, renamed over `path`, and the folder synced.
+/// Returns 0 or an error number. On failure the old file stands, and the temporary name is gone.
+int placeFile(Files& files, const std::string& path, std::string_view bytes, mode_t mode,
+              std::string_view temporaryPrefix, std::string_view temporarySuffix = "");
+
+}  // namespace kestrelune

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/Files.hpp"
+#include "base/RunLoop.hpp"
+
+namespace kestrelune {
+
+using Environment = std::map<std::string, std::string>;
+
+/// What to run and how. The child leads a process group of its own, has default signal handling and an empty signal
+/// mask, and inherits no descriptor but its three streams.
+struct TaskRequest {
+  enum class Stream {
+    null,     ///< /dev/null
+    inherit,  ///< ours
+    capture,  ///< a pipe, drained while the child runs; see `captureLimit`
+    file,     ///< appended to `outputDescriptor`
+  };
+
+  std::string executable;  ///< absolute; PATH isn't searched
+  std::vector<std::string> arguments;
+  std::optional<Environment> environment;  ///< absent: ours
+  std::string folder;                      ///< working folder; empty: ours
+  std::optional<std::string> input;        ///< written to standard input, which is then closed; absent: /dev/null
+  Stream output = Stream::null;
+  Stream errors = Stream::null;
+  bool errorsJoinOutput = false;  ///< standard error goes where standard output goes
+  int outputDescriptor = -1;      ///< for `Stream::file`; stays the caller's
+  std::size_t captureLimit =
+      65536;  ///< bytes kept of each captured stream, from its start; the rest is read and dropped
+};
+
+struct TaskEnd {
+  enum class Reason { exited, signalled };
+  Reason reason = Reason::exited;
+  int status = 0;  ///< exit status, or the signal's number
+  std::string output;
+  std::string errors;
+};
+
+/// A running child. Destroying it lets the child go on; it is reaped all the same.
+class Task {
+ public:
+  virtual ~Task() = default;
+  virtual pid_t pid() const = 0;
+  virtual bool running() const = 0;
+  /// Asks politely (SIGTERM).
+  virtual void terminate() = 0;
+  virtual void signal(int number) = 0;
+};
+
+/// Starts children, on the main thread. A seam, so that supervisors run under fakes.
+class TaskLauncher {
+ public:
+  using Ended = std::function<void(const TaskEnd&)>;
+
+  virtual ~TaskLauncher() = default;
+  /// The child, or the error number of why it couldn't be started. `ended` is called once, on the main thread, never
+  /// from within this call, also when the `Task` was destroyed. A grandchild that holds a pipe delays nothing.
+  virtual Outcome<std::unique_ptr<Task>> launch(const TaskRequest& request, Ended ended) = 0;
+};
+
+/// posix_spawn and pidfd on the given loop.
+std::unique_ptr<TaskLauncher> makeTaskLauncher(RunLoop& loop);
+
+/// Runs a child on the calling thread, which may be any, and watches it without the loop.
+/// `onOutput` gets each piece of the joined output as it comes. After `timeout` seconds of monotonic time the child
+/// gets SIGTERM, one second later SIGKILL.
+struct WatchedEnd {
+  TaskEnd end;
+  bool timedOut = false;
+  int launchError = 0;  ///< not 0: nothing ran
+};
+WatchedEnd runWatched(const TaskRequest& request, double timeout,
+                      const std::function<void(std::string_view)>& onOutput);
+
+}  // namespace kestrelune
