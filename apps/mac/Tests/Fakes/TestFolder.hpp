@@ -1,0 +1,50 @@
+#pragma once
+
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "base/Url.hpp"
+
+namespace kestrelune {
+
+/// A folder of its own for one test, removed with it.
+class TestFolder {
+ public:
+  TestFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "kestrelune-XXXXXX").string();
+    path_ = ::mkdtemp(name.data()) ? name : "";
+  }
+  ~TestFolder() {
+    std::error_code ignored;
+    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
+  }
+  TestFolder(const TestFolder&) = delete;
+  TestFolder& operator=(const TestFolder&) = delete;
+
+  std::string path(const std::string& name = "") const { return name.empty() ? path_ : path_ + "/" + name; }
+  Url url(const std::string& name = "") const { return Url::file(path(name)); }
+
+  void write(const std::string& name, const std::string& content) const {
+    const std::filesystem::path file = path(name);
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << content;
+  }
+  std::string read(const std::string& name) const {
+    std::ifstream file(path(name), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+  bool has(const std::string& name) const { return std::filesystem::exists(path(name)); }
+  std::size_t count(const std::string& name = "") const {
+    const std::filesystem::directory_iterator entries(path(name));
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+  }
+
+ private:
+  std::string path_;
+};
+
+}  // namespace kestrelune
