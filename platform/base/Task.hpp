@@ -17,7 +17,7 @@ namespace kestrelune {
 using Environment = std::map<std::string, std::string>;
 
 /// What to run and how. The child leads a process group of its own, has default signal handling and an empty signal
-/// mask, and inherits no descriptor but its three streams.
+/// mask, and inherits no descriptor but its three streams and the one that is passed on.
 struct TaskRequest {
   enum class Stream {
     null,     ///< /dev/null
@@ -25,6 +25,9 @@ struct TaskRequest {
     capture,  ///< a pipe, drained while the child runs; see `captureLimit`
     file,     ///< appended to `outputDescriptor`
   };
+
+  /// Where a child finds `passedDescriptor`.
+  static constexpr int kPassedDescriptor = 3;
 
   std::string executable;  ///< absolute; PATH isn't searched
   std::vector<std::string> arguments;
@@ -35,6 +38,7 @@ struct TaskRequest {
   Stream errors = Stream::null;
   bool errorsJoinOutput = false;  ///< standard error goes where standard output goes
   int outputDescriptor = -1;      ///< for `Stream::file`; stays the caller's
+  int passedDescriptor = -1;      ///< the child has it as `kPassedDescriptor`; stays the caller's; -1: none
   std::size_t captureLimit =
       65536;  ///< bytes kept of each captured stream, from its start; the rest is read and dropped
 };
