@@ -109,7 +109,7 @@ struct Question {
     bool operator==(const Field&) const = default;
   };
   std::string title, text;
-  std::vector<std::string> buttons;  ///< one to three, the first is the default
+  std::vector<std::string> buttons;  ///< up to three, the first is the default; none: a message with "OK"
   int cancelButton = -1;             ///< what Escape stands for; -1: none of them
   std::optional<Field> field;
   bool operator==(const Question&) const = default;
