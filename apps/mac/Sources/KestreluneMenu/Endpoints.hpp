@@ -1,5 +1,9 @@
 #pragma once
 
+// Those that stand inside of texts.
+#define KESTRELUNE_SUPPORT_ADDRESS "support@" KESTRELUNE_SERVICE_HOST
+#define KESTRELUNE_CLAUDE_HOST "claude.ai"
+
 /// The one place for host names and addresses.
 namespace kestrelune::endpoints {
 
@@ -10,10 +14,10 @@ inline constexpr const char* kMcpUrl = "https://" KESTRELUNE_SERVICE_HOST "/mcp"
 inline constexpr const char* kInstallUrl = "https://" KESTRELUNE_SERVICE_HOST "/install";
 inline constexpr const char* kAccountUrl = "https://" KESTRELUNE_SERVICE_HOST "/workspace";
 inline constexpr const char* kPublicSite = "https://www." KESTRELUNE_SERVICE_HOST;
-inline constexpr const char* kSupportAddress = "support@" KESTRELUNE_SERVICE_HOST;
+inline constexpr const char* kSupportAddress = KESTRELUNE_SUPPORT_ADDRESS;
 
 /// The outside AI services.
-inline constexpr const char* kClaudeHost = "claude.ai";
+inline constexpr const char* kClaudeHost = KESTRELUNE_CLAUDE_HOST;
 inline constexpr const char* kChatGptHost = "chatgpt.com";
 inline constexpr const char* kGrokHost = "grok.com";
 inline constexpr const char* kCursorInstall = "cursor://anysphere.cursor-deeplink/mcp/install";

@@ -1,0 +1,14 @@
+#include "StringsTable.hpp"
+
+#include "base/System.hpp"
+
+namespace kestrelune {
+
+Language languageOf(const std::vector<std::string>& preferredLanguages) {
+  const bool german = !preferredLanguages.empty() && preferredLanguages.front().starts_with("de");
+  return german ? Language::german : Language::english;
+}
+
+Language currentLanguage() { return languageOf(system::preferredLanguages()); }
+
+}  // namespace kestrelune
