@@ -24,7 +24,8 @@ struct FileInfo {
   std::uint64_t size = 0;
   std::uint64_t inode = 0;
   std::uint64_t device = 0;
-  mode_t mode = 0;  ///< permission bits only
+  mode_t mode = 0;           ///< permission bits only
+  std::int64_t changed = 0;  ///< last change of content or attributes, in nanoseconds since 1970
 };
 
 /// Every file operation and system call that the program makes, one call each, so that a test can fail, or stop
@@ -68,18 +69,23 @@ Files& systemFiles();
 /// A process that exists, whether or not it is ours to signal.
 bool isAlive(Files& files, pid_t pid);
 
-/// The whole file. EFBIG, without having read it, when it is larger than `limit`; EISDIR for a folder.
+/// The whole file. EFBIG, without having read it, when it is larger than `limit`; EISDIR for a folder, EINVAL for
+/// anything else that isn't a regular file. Never waits for a writer.
 Outcome<std::string> readFile(Files& files, const std::string& path, std::size_t limit);
 
 /// Makes the folder and its missing parents with `mode`, whatever the umask. What exists is left as it is.
 int makeFolders(Files& files, const std::string& path, mode_t mode);
+
+/// Writes all bytes, repeating what a signal interrupted or cut short.
+int writeWhole(Files& files, int descriptor, std::string_view bytes);
 
 /// Makes what was renamed, linked or made in this folder durable. File systems that can't sync a folder are tolerated.
 int syncFolder(Files& files, const std::string& folder);
 
 /// Places a file whole: a temporary name in the same folder (`temporaryPrefix`, a fresh UUID, `temporarySuffix`),
 /// opened exclusively with mode 0600, written, given `mode`, synced, renamed over `path`, and the folder synced.
-/// Returns 0 or an error number. On failure the old file stands, and the temporary name is gone.
+/// Returns 0 or an error number. On failure the old file stands, and the temporary name is gone; where only the last
+/// step failed, the new file stands, but a power cut may still undo it.
 int placeFile(Files& files, const std::string& path, std::string_view bytes, mode_t mode,
               std::string_view temporaryPrefix, std::string_view temporarySuffix = "");
 

@@ -76,9 +76,9 @@ class TaskLauncher {
 /// posix_spawn and pidfd on the given loop.
 std::unique_ptr<TaskLauncher> makeTaskLauncher(RunLoop& loop);
 
-/// Runs a child on the calling thread, which may be any, and watches it without the loop.
-/// `onOutput` gets each piece of the joined output as it comes. After `timeout` seconds of monotonic time the child
-/// gets SIGTERM, one second later SIGKILL.
+/// Runs a child on the calling thread, which may be any, and watches it without the loop. Its output and errors are
+/// captured together, whatever the request says of them, and `onOutput` gets each piece as it comes, on this thread;
+/// nothing else is kept. After `timeout` seconds of monotonic time the child gets SIGTERM, one second later SIGKILL.
 struct WatchedEnd {
   TaskEnd end;
   bool timedOut = false;

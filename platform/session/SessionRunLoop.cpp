@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "session/BackgroundThreads.hpp"
+#include "base/BackgroundThreads.hpp"
 #include "session/Desktop.hpp"
 
 namespace kestrelune {

@@ -1,4 +1,4 @@
-#include "session/BackgroundThreads.hpp"
+#include "base/BackgroundThreads.hpp"
 
 #include <signal.h>
 #include <sys/resource.h>

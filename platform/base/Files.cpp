@@ -1,0 +1,117 @@
+#include "base/Files.hpp"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <csignal>
+
+#include "base/Text.hpp"
+
+namespace kestrelune {
+namespace {
+
+constexpr std::size_t kPiece = 65536;
+
+std::string folderOf(const std::string& path) {
+  const std::size_t slash = path.find_last_of('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+Outcome<std::string> readOpen(Files& files, int descriptor, std::size_t limit) {
+  const Outcome<FileInfo> info = files.descriptorInfo(descriptor);
+  if (!info) return {{}, info.error};
+  if (info.value.kind == FileInfo::Kind::folder) return {{}, EISDIR};
+  if (info.value.kind != FileInfo::Kind::regular) return {{}, EINVAL};
+  if (info.value.size > limit) return {{}, EFBIG};
+
+  // One byte more than it had, so that the usual read ends with the first short one, and growth shows.
+  std::string bytes;
+  std::size_t filled = 0;
+  bytes.resize(static_cast<std::size_t>(info.value.size) + 1);
+  while (true) {
+    if (filled == bytes.size()) bytes.resize(filled + kPiece);
+    const Outcome<std::size_t> piece = files.read(descriptor, bytes.data() + filled, bytes.size() - filled);
+    if (!piece) return {{}, piece.error};
+    if (piece.value == 0) break;
+    filled += piece.value;
+    if (filled > limit) return {{}, EFBIG};
+  }
+  bytes.resize(filled);
+  return {std::move(bytes), 0};
+}
+
+int writeAndName(Files& files, int descriptor, const std::string& temporary, const std::string& path,
+                 std::string_view bytes, mode_t mode) {
+  int error = writeWhole(files, descriptor, bytes);
+  if (error == 0) error = files.fchmod(descriptor, mode);
+  if (error == 0) error = files.fsync(descriptor);
+  if (error == 0) error = files.rename(temporary, path);
+  return error;
+}
+
+}  // namespace
+
+bool isAlive(Files& files, pid_t pid) {
+  if (pid <= 0) return false;
+  const int error = files.kill(pid, 0);
+  return error == 0 || error == EPERM;
+}
+
+Outcome<std::string> readFile(Files& files, const std::string& path, std::size_t limit) {
+  const Outcome<int> descriptor = files.open(path, O_RDONLY | O_NONBLOCK, 0);
+  if (!descriptor) return {{}, descriptor.error};
+  Outcome<std::string> result = readOpen(files, descriptor.value, limit);
+  files.close(descriptor.value);
+  return result;
+}
+
+int writeWhole(Files& files, int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const Outcome<std::size_t> written = files.write(descriptor, bytes.data(), bytes.size());
+    if (written.error == EINTR) continue;
+    if (!written) return written.error;
+    if (written.value == 0) return EIO;
+    bytes.remove_prefix(written.value);
+  }
+  return 0;
+}
+
+int makeFolders(Files& files, const std::string& path, mode_t mode) {
+  int error = files.makeFolder(path, mode);
+  if (error == ENOENT) {
+    const std::string parent = folderOf(path);
+    if (parent == path || parent == ".") return error;
+    if (const int parentError = makeFolders(files, parent, mode); parentError != 0) return parentError;
+    error = files.makeFolder(path, mode);
+  }
+  if (error == 0) return files.chmod(path, mode);
+  if (error != EEXIST) return error;
+  const Outcome<FileInfo> existing = files.info(path);
+  if (!existing) return existing.error;
+  return existing.value.kind == FileInfo::Kind::folder ? 0 : ENOTDIR;
+}
+
+int syncFolder(Files& files, const std::string& folder) {
+  const Outcome<int> descriptor = files.open(folder, O_RDONLY | O_DIRECTORY, 0);
+  if (!descriptor) return descriptor.error;
+  const int error = files.fsync(descriptor.value);
+  files.close(descriptor.value);
+  return error == EINVAL || error == ENOTSUP ? 0 : error;
+}
+
+int placeFile(Files& files, const std::string& path, std::string_view bytes, mode_t mode,
+              std::string_view temporaryPrefix, std::string_view temporarySuffix) {
+  const std::string folder = folderOf(path);
+  const std::string temporary =
+      folder + "/" + std::string(temporaryPrefix) + text::makeUuid() + std::string(temporarySuffix);
+  const Outcome<int> descriptor = files.open(temporary, O_WRONLY | O_CREAT | O_EXCL, 0600);
+  if (!descriptor) return descriptor.error;
+  const int error = writeAndName(files, descriptor.value, temporary, path, bytes, mode);
+  files.close(descriptor.value);
+  if (error == 0) return syncFolder(files, folder);
+  files.unlink(temporary);
+  return error;
+}
+
+}  // namespace kestrelune

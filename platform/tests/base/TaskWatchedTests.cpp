@@ -1,0 +1,128 @@
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "base/Task.hpp"
+
+namespace kestrelune {
+namespace {
+
+struct Watched {
+  WatchedEnd result;
+  std::size_t size = 0;
+  std::string tail;
+  double seconds = 0;
+};
+
+Watched watch(const std::string& script, double timeout) {
+  TaskRequest request;
+  request.executable = "/bin/sh";
+  request.arguments = {"-c", script};
+  Watched watched;
+  const auto start = std::chrono::steady_clock::now();
+  watched.result = runWatched(request, timeout, [&](std::string_view piece) {
+    watched.size += piece.size();
+    watched.tail.append(piece);
+    if (watched.tail.size() > 100) watched.tail.erase(0, watched.tail.size() - 100);
+  });
+  watched.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  return watched;
+}
+
+long residentPages() {
+  long size = 0, resident = 0;
+  std::ifstream("/proc/self/statm") >> size >> resident;
+  return resident;
+}
+
+TEST(TaskWatchedTest, EndsAndOutputs) {
+  struct Row {
+    const char* name;
+    std::string script;
+    double timeout;
+    bool timedOut;
+    TaskEnd::Reason reason;
+    int status;
+    std::size_t size;
+    std::string tail;
+    double least, most;
+  };
+  constexpr auto kAny = std::string::npos;
+  constexpr auto exited = TaskEnd::Reason::exited;
+  constexpr auto signalled = TaskEnd::Reason::signalled;
+  const Row rows[] = {
+      {"prints nothing", "exit 7", 20, false, exited, 7, 0, "", 0, 5},
+      {"both streams as one", "echo a; echo b >&2; printf c", 20, false, exited, 0, 5, "a\nb\nc", 0, 5},
+      {"20,000 bytes without a line end", "printf '%20000s' z", 20, false, exited, 0, 20000, "z", 0, 5},
+      {"invalid UTF-8", "printf '\\377\\376'", 20, false, exited, 0, 2, "\377\376", 0, 5},
+      {"ends by a signal", "kill -11 $$", 20, false, signalled, SIGSEGV, 0, "", 0, 5},
+      {"closes its streams and goes on", "exec >&- 2>&-; sleep 0.2; exit 4", 20, false, exited, 4, 0, "", 0.2, 5},
+      {"reacts to the polite signal", "echo x; exec sleep 30", 0.2, true, signalled, SIGTERM, 2, "x\n", 0.2, 1},
+      {"exits on the polite signal", "trap 'exit 9' TERM; echo x; while :; do sleep 0.05; done", 0.2, true, exited, 9,
+       2, "x\n", 0.2, 1},
+      {"ignores the polite signal", "trap '' TERM; echo x; while :; do sleep 0.05; done", 0.2, true, signalled, SIGKILL,
+       2, "x\n", 1.2, 5},
+      {"stops itself", "kill -STOP $$", 0.2, true, signalled, SIGKILL, 0, "", 1.2, 5},
+      {"writes for ever", "exec cat /dev/zero", 0.2, true, signalled, SIGTERM, kAny, "", 0.2, 2},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    const Watched got = watch(row.script, row.timeout);
+    EXPECT_EQ(got.result.launchError, 0);
+    EXPECT_EQ(got.result.timedOut, row.timedOut);
+    EXPECT_EQ(got.result.end.reason, row.reason);
+    EXPECT_EQ(got.result.end.status, row.status);
+    EXPECT_TRUE(got.tail.ends_with(row.tail));
+    if (row.size != kAny) {
+      EXPECT_EQ(got.size, row.size);
+    }
+    EXPECT_GE(got.seconds, row.least);
+    EXPECT_LT(got.seconds, row.most);
+  }
+  EXPECT_EQ(waitid(P_ALL, 0, nullptr, WEXITED | WNOHANG | WNOWAIT), -1);
+  EXPECT_EQ(errno, ECHILD);
+}
+
+TEST(TaskWatchedTest, MuchOutputCostsNoMemory) {
+  const long before = residentPages();
+  const Watched got = watch("head -c 200000000 /dev/zero", 60);
+  EXPECT_EQ(got.size, 200000000u);
+  EXPECT_LT((residentPages() - before) * getpagesize(), 4 << 20);
+}
+
+TEST(TaskWatchedTest, AGrandchildThatHoldsThePipeDelaysNothing) {
+  const Watched got = watch("sleep 30 & echo $!", 20);
+  EXPECT_FALSE(got.result.timedOut);
+  EXPECT_LT(got.seconds, 5);
+  ::kill(std::stoi(got.tail), SIGKILL);
+}
+
+TEST(TaskWatchedTest, ManyAtOnceFromManyThreads) {
+  std::vector<std::thread> threads;
+  std::vector<Watched> got(20);
+  for (std::size_t i = 0; i < got.size(); ++i)
+    threads.emplace_back([&, i] { got[i] = watch("echo " + std::to_string(i) + "; exit " + std::to_string(i), 20); });
+  for (std::thread& thread : threads) thread.join();
+  for (std::size_t i = 0; i < got.size(); ++i) {
+    EXPECT_EQ(got[i].tail, std::to_string(i) + "\n");
+    EXPECT_EQ(got[i].result.end.status, static_cast<int>(i));
+  }
+}
+
+TEST(TaskWatchedTest, AMissingProgramIsToldByItsNumber) {
+  TaskRequest request;
+  request.executable = "/nonexistent";
+  const WatchedEnd got = runWatched(request, 1, [](std::string_view) { FAIL(); });
+  EXPECT_EQ(got.launchError, ENOENT);
+}
+
+}  // namespace
+}  // namespace kestrelune
