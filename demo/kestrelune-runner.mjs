@@ -337,19 +337,18 @@ async function walk(places, stops, { quiet, service }) {
     wake();
   });
   say(`Kestrelune helper ${VERSION} (stand-in), pid ${process.pid}, ${stops.length} scene(s)`);
-  const begin = () => {
-    say(`scene ${stops[at].scene.name ?? 'home'}`);
-    beginScene(places, stops[at].scene);
-  };
-  begin();
+  let begun = false;
   while (!ended) {
     if (service) await orderedEnd(places, startedAt);
     if (Date.now() - since >= stops[at].seconds * 1000) {
       at = (at + 1) % stops.length;
       since = Date.now();
-      begin();
+      begun = false;
     }
+    if (!begun) beginScene(places, stops[at].scene);
     writeScene(places, stops[at].scene, startedAt);
+    if (!begun) say(`scene ${stops[at].scene.name ?? 'home'}`);
+    begun = true;
     await new Promise((done) => {
       const timer = setTimeout(done, 2000);
       wake = () => {

@@ -1,0 +1,8 @@
+#!/usr/bin/python3
+"""Runs the desktop tests, or those whose names hold one of the arguments."""
+import runner
+import test_process  # noqa: F401
+import test_status_item  # noqa: F401
+
+if __name__ == "__main__":
+    runner.main()

@@ -1,0 +1,175 @@
+"""The process itself: it follows the status file, refuses unsafe settings, leaves a whole heartbeat, ends cleanly."""
+import json
+import os
+import random
+import re
+import signal
+import socket
+import stat
+import time
+
+from desktop import BINARY, Desktop, children, send, wait_for
+from runner import equal, test, true
+
+READY = ("STATE green Everything is ready", "STATE green Alles bereit")
+WORKING = ("STATE running A task is running", "STATE running Ein Auftrag läuft")
+THREE = ("STATE running 3 running", "STATE running 3 laufen")
+NEEDED = ("STATE yellow Something needs you", "STATE yellow Eine Sache braucht dich")
+OFFLINE = ("STATE red Kestrelune is not running", "STATE red Kestrelune läuft nicht")
+
+# What each scene of the tour reads as, in its order.
+TOUR = [READY, WORKING, THREE, NEEDED, NEEDED, NEEDED, NEEDED, NEEDED, OFFLINE, OFFLINE, OFFLINE, OFFLINE, OFFLINE]
+
+
+@test("state lines follow the file through every scene, in English and German, without bus and display")
+def follows():
+    with Desktop() as desktop:
+        helper = desktop.helper("tour.json")
+        both = [desktop.companion(language=language, heartbeat=desktop.runner / f"{language}.json")
+                for language in ("en_US.UTF-8", "de_DE.UTF-8")]
+        for number, expected in enumerate(TOUR):
+            if number:
+                told = len(helper.lines)
+                helper.signal(signal.SIGUSR2)
+                wait_for("the next scene", lambda: len(helper.lines) > told)
+            before = [len(process.states()) for process in both]
+
+            def arrived():
+                # The first line of a scene may still tell of a file read just before it, the second may not.
+                new = [process.states()[count:] for process, count in zip(both, before)]
+                return all(lines and (lines[-1] == line or len(lines) > 1) for lines, line in zip(new, expected))
+
+            wait_for("state lines of this scene", arrived, 30)
+            equal(tuple(process.states()[-1] for process in both), expected, helper.lines[-1])
+        equal([send(process) for process in both], [0, 0], "exit status")
+
+
+@test("languages are chosen as the environment asks")
+def languages():
+    rows = {
+        "German Switzerland": ({"LANG": "de_CH.UTF-8"}, "Alles bereit"),
+        "LANGUAGE before LANG": ({"LANG": "en_US.UTF-8", "LANGUAGE": "de:en"}, "Alles bereit"),
+        "German further down": ({"LANG": "fr_FR.UTF-8", "LANGUAGE": "fr:de"}, "Everything is ready"),
+        "LANGUAGE is ignored in the C locale": ({"LANG": "C.UTF-8", "LANGUAGE": "de"}, "Everything is ready"),
+        "LC_ALL before LANG": ({"LANG": "en_US.UTF-8", "LC_ALL": "de_DE.UTF-8"}, "Alles bereit"),
+        "nothing set": ({"LANG": ""}, "Everything is ready"),
+    }
+    with Desktop() as desktop:
+        desktop.write_status()
+        started = {name: desktop.start([BINARY], {**desktop.dry_run(heartbeat=desktop.runner / f"{number}.json"), **environment})
+                   for number, (name, (environment, _)) in enumerate(rows.items())}
+        for name, process in started.items():
+            equal(process.line("STATE "), "STATE green " + rows[name][1], name)
+
+
+@test("an unsafe setting is refused: one line, nothing written, status 0")
+def refusals():
+    line = "KESTRELUNE_DRY_RUN requires distinct, explicit status and heartbeat paths."
+    with Desktop() as desktop:
+        protected = desktop.home / ".kestrelune"
+        protected.mkdir(mode=0o700)
+        link = desktop.folder / "link"
+        link.symlink_to(protected)
+        status, heartbeat = str(desktop.status), str(desktop.heartbeat)
+        good = desktop.dry_run()
+        rows = {
+            "no heartbeat path": {"KESTRELUNE_DRY_RUN": "1", "KESTRELUNE_STATUS_FILE": status},
+            "no status path": {"KESTRELUNE_DRY_RUN": "1", "KESTRELUNE_MENUBAR_FILE": heartbeat},
+            "empty heartbeat path": {**good, "KESTRELUNE_MENUBAR_FILE": ""},
+            "the same file": {**good, "KESTRELUNE_MENUBAR_FILE": status},
+            "the same file by another way": {**good, "KESTRELUNE_MENUBAR_FILE": f"{desktop.runner}/../runner/./status.json"},
+            "the same file without a dry run": {"KESTRELUNE_STATUS_FILE": status, "KESTRELUNE_MENUBAR_FILE": status},
+            "status in the real helper folder": {**good, "KESTRELUNE_STATUS_FILE": f"{protected}/runner/status.json"},
+            "heartbeat in the real helper folder": {**good, "KESTRELUNE_MENUBAR_FILE": f"{protected}/menubar.json"},
+            "helper root by a link": {**good, "KESTRELUNE_HOME": f"{link}/x"},
+            "helper root itself": {**good, "KESTRELUNE_HOME": str(protected)},
+        }
+        started = {name: desktop.start([BINARY, "--quit-after", "0.5"], environment) for name, environment in rows.items()}
+        for name, process in started.items():
+            equal((process.ended(), process.lines, process.errors), (0, [], [line]), name)
+        written = [path for path in desktop.folder.rglob("*") if path.is_file() and path.name not in ("passwd", "group")]
+        equal(written, [], "files written by refused starts")
+
+
+@test("a sibling of the helper folder is no reason to refuse")
+def sibling():
+    with Desktop() as desktop:
+        beside = desktop.home / ".kestrelune-more" / "status.json"
+        process = desktop.start([BINARY, "--quit-after", "0.2"], desktop.dry_run(status=beside))
+        equal((process.ended(), process.states()), (0, [OFFLINE[0]]), "start beside the helper folder")
+
+
+@test("the heartbeat is this process's own, and gone after every way to end")
+def heartbeat():
+    with Desktop() as desktop:
+        desktop.write_status()
+        ways = {"SIGTERM": signal.SIGTERM, "SIGINT": signal.SIGINT, "SIGHUP": signal.SIGHUP, "--quit-after": None}
+        for way, number in ways.items():
+            path = desktop.folder / way / "deep" / "menubar.json"
+            process = desktop.companion(*(() if number else ("--quit-after", "1.5")), heartbeat=path)
+            wait_for("the heartbeat", path.exists)
+            text = path.read_text()
+            beat = json.loads(text)
+            equal(text, json.dumps(beat, separators=(",", ":"), sort_keys=True), "compact, sorted, no line feed")
+            equal((beat["pid"], beat["schemaVersion"], sorted(beat)), (process.pid, 1, ["pid", "schemaVersion", "updatedAt"]), way)
+            true(re.fullmatch(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ", beat["updatedAt"]), beat["updatedAt"])
+            equal([stat.S_IMODE(place.stat().st_mode) for place in (path, path.parent, path.parent.parent)], [0o600, 0o700, 0o700], "modes")
+            equal(send(process, number) if number else process.ended(), 0, way)
+            equal(list(path.parent.iterdir()), [], f"left after {way}")
+
+
+@test("another process's heartbeat is left alone")
+def foreign_heartbeat():
+    with Desktop() as desktop:
+        process = desktop.companion()
+        desktop.heartbeat.write_text('{"pid":1,"schemaVersion":1}')
+        equal(send(process), 0, "exit status")
+        equal(desktop.heartbeat.read_text(), '{"pid":1,"schemaVersion":1}', "the other's file")
+
+
+@test("a heartbeat is whole or absent, whenever the process is killed")
+def killed_heartbeat():
+    chance = random.Random(7)
+    with Desktop() as desktop:
+        desktop.write_status()
+        whole = 0
+        for _ in range(120):
+            process = desktop.start([BINARY], desktop.dry_run())
+            time.sleep(chance.uniform(0, 0.03))
+            process.signal(signal.SIGKILL)
+            process.child.wait()
+            if desktop.heartbeat.exists():
+                whole += json.loads(desktop.heartbeat.read_text())["schemaVersion"]
+        true(whole > 5, f"only {whole} starts came as far as a heartbeat")
+
+
+@test("a bus that never answers holds up nothing")
+def dead_bus():
+    with Desktop() as desktop:
+        desktop.write_status()
+        listener = socket.socket(socket.AF_UNIX)
+        listener.bind(str(desktop.folder / "mute"))
+        listener.listen(4)
+        process = desktop.companion(environment={"DBUS_SESSION_BUS_ADDRESS": f"unix:path={desktop.folder}/mute"})
+        wait_for("a second state line", lambda: len(process.states()) > 1)
+        equal(send(process), 0, "exit status")
+        listener.close()
+
+
+@test("a child inherits neither signals nor descriptors")
+def children_are_clean():
+    with Desktop(display=True, bus=True) as desktop:
+        desktop.write_status("attention.json")
+        process = desktop.companion()
+        screen = wait_for("the screen", lambda: children(process.pid))[0]
+        text = wait_for("its program", lambda: os.readlink(f"/proc/{screen}/exe").endswith("KestreluneScreen")
+                        and open(f"/proc/{screen}/status", encoding="ascii").read())
+        masks = dict(re.findall(r"^(SigBlk|SigIgn):\s*([0-9a-f]+)$", text, re.M))
+        equal(masks, {"SigBlk": "0" * 16, "SigIgn": "0" * 16}, "signal masks of the child")
+
+        def held(pid):
+            folder = f"/proc/{pid}/fd"
+            return {os.readlink(f"{folder}/{entry}") for entry in os.listdir(folder) if int(entry) > 2}
+
+        shared = {name for name in held(process.pid) & held(screen) if name.startswith(("socket:", "pipe:", "/"))}
+        equal(shared - {"/dev/null"}, set(), "descriptors held by both")
