@@ -102,8 +102,14 @@ class Process:
 
     def line(self, text, timeout=20):
         """Waits for a line of standard output that begins so."""
+        def arrived():
+            over = self.child.poll() is not None and not any(reader.is_alive() for reader in self.readers)
+            found = next((line for line in self.lines if line.startswith(text)), None)
+            if over and not found:
+                raise Failure(f"no line {text!r}; it ended with {self.child.returncode}")
+            return found
         try:
-            return wait_for(f"the line {text!r}", lambda: next((x for x in self.lines if x.startswith(text)), None), timeout)
+            return wait_for(f"the line {text!r}", arrived, timeout)
         except Failure as failure:
             raise Failure(f"{failure}; it said {self.lines[-8:]} {self.errors[-8:]}") from None
 

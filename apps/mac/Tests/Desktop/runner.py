@@ -4,9 +4,11 @@ import os
 import pathlib
 import subprocess
 import sys
+import tempfile
 import time
 import traceback
 
+LONGEST = 240  # seconds a single test may take
 _tests = {}
 
 
@@ -60,24 +62,22 @@ def main():
     while waiting or running:
         while waiting and len(running) < options.jobs:
             name = waiting.pop(0)
+            said = tempfile.TemporaryFile("w+", errors="replace")
             child = subprocess.Popen([sys.executable, os.path.abspath(sys.argv[0]), "--one", name], stdin=subprocess.DEVNULL,
-                                     stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace")
-            os.set_blocking(child.stdout.fileno(), False)
-            running[child] = [name, time.monotonic(), ""]
-        for child, entry in list(running.items()):
-            entry[2] += child.stdout.read() or ""
-            late = time.monotonic() - entry[1] > 240
-            if late:
+                                     stdout=said, stderr=subprocess.STDOUT)
+            running[child] = name, time.monotonic(), said
+        for child, (name, began, said) in list(running.items()):
+            took = time.monotonic() - began
+            if took > LONGEST:
                 child.kill()
             if child.poll() is None:
                 continue
-            entry[2] += child.stdout.read() or ""
             del running[child]
-            good = child.returncode == 0
-            if not good:
-                failed.append(entry[0])
-                print(entry[2].rstrip() + ("\n(it never ended)" if late else ""))
-            print(f"{'ok' if good else 'FAILED'} {entry[0]} ({time.monotonic() - entry[1]:.1f} s)", flush=True)
+            if child.returncode:
+                failed.append(name)
+                said.seek(0)
+                print(said.read().rstrip() + ("\n(it never ended)" if took > LONGEST else ""))
+            print(f"{'FAILED' if child.returncode else 'ok'} {name} ({took:.1f} s)", flush=True)
         time.sleep(0.02)
     passed = len(names) - len(failed)
     if options.counts:
