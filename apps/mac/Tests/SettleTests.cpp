@@ -1,0 +1,83 @@
+#include "Settle.hpp"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+namespace kestrelune {
+namespace {
+
+class MemoryDefaults final : public Defaults {
+ public:
+  bool boolean(std::string_view) const override { return false; }
+  void setBoolean(std::string_view, bool) override {}
+  std::optional<std::string> data(std::string_view key) const override {
+    const auto found = values_.find(key);
+    return found == values_.end() ? std::nullopt : std::optional(found->second);
+  }
+  void setData(std::string_view key, std::string_view bytes) override { values_[std::string(key)] = bytes; }
+  void remove(std::string_view key) override { values_.erase(values_.find(key)); }
+
+ private:
+  std::map<std::string, std::string, std::less<>> values_;
+};
+
+const Date kNow{1'800'000'000};
+
+TEST(Settle, LaterAndDoneEndAfterTheirTime) {
+  MemoryDefaults defaults;
+  SettleStore store(defaults);
+  store.hide("later", false, kNow);
+  store.hide("done", true, kNow);
+  const std::vector<Attention> items = {{.title = "x"}};
+  EXPECT_EQ(SettleStore(defaults).marks(), store.marks()) << "the marks survive a restart";
+  EXPECT_EQ(store.marks().at("later"), (SettleMark{.until = kNow.seconds + 10800, .done = false}));
+  EXPECT_EQ(store.marks().at("done"), (SettleMark{.until = kNow.seconds + 2592000, .done = true}));
+
+  store.hide("later", true, kNow);
+  EXPECT_TRUE(store.marks().at("later").done) << "Done on an item marked Later replaces it";
+  store.hide("done", false, kNow + 1);
+  store.hide("other", false, kNow + 10801);
+  EXPECT_EQ(store.marks().size(), 2u) << "a mark that has ended is dropped by the next write";
+}
+
+TEST(Settle, ShowingAgainLeavesTheOthers) {
+  MemoryDefaults defaults;
+  SettleStore store(defaults);
+  store.hide("a", true, kNow);
+  store.hide("b", false, kNow);
+  store.show("a", kNow);
+  EXPECT_EQ(store.marks().size(), 1u);
+  EXPECT_TRUE(store.marks().contains("b"));
+}
+
+TEST(Settle, TheMarkThatEndsFirstGivesWay) {
+  MemoryDefaults defaults;
+  SettleStore store(defaults);
+  for (int i = 0; i <= 500; ++i) store.hide("key" + std::to_string(i), false, kNow + (i == 7 ? -1.0 : i / 1000.0));
+  EXPECT_EQ(store.marks().size(), 500u);
+  EXPECT_FALSE(store.marks().contains("key7"));
+}
+
+TEST(Settle, DamagedMarksCountAsNoneAndAreReplaced) {
+  for (const char* text : {"", "[]", "{\"a\":1}", "{\"a\":{\"until\":1}}", "{\"a\":{\"until\":\"1\",\"done\":true}}"}) {
+    MemoryDefaults defaults;
+    defaults.setData(SettleStore::kDefaultsKey, text);
+    SettleStore store(defaults);
+    EXPECT_TRUE(store.marks().empty()) << text;
+    store.hide("k", true, kNow);
+    EXPECT_EQ(store.marks().size(), 1u);
+  }
+}
+
+TEST(Settle, AHiddenItemNoLongerCountsAndComesBack) {
+  MemoryDefaults defaults;
+  SettleStore store(defaults);
+  const std::vector<Attention> items = {{.title = "a"}, {.title = "b"}};
+  store.hide(SettlePlan::key(items[0]), false, kNow);
+  EXPECT_EQ(SettlePlan::split(items, store.marks(), kNow + 10799).visible.size(), 1u);
+  EXPECT_EQ(SettlePlan::split(items, store.marks(), kNow + 10800).visible.size(), 2u);
+}
+
+}  // namespace
+}  // namespace kestrelune
