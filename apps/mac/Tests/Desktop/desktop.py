@@ -19,6 +19,8 @@ import gi
 
 gi.require_version("Gio", "2.0")
 from gi.repository import Gio, GLib  # noqa: E402
+from Xlib import X, display as xlib  # noqa: E402
+from Xlib.error import XError  # noqa: E402
 
 from runner import Failure  # noqa: E402
 
@@ -242,7 +244,7 @@ class Desktop:
         return process
 
     def screenshot(self, name):
-        """Saved where KESTRELUNE_SCREENSHOTS says, for people to look at; gives the number of colours on the screen."""
+        """The screen as a picture, kept where KESTRELUNE_SCREENSHOTS says, for people to look at; gives its path."""
         folder = pathlib.Path(os.environ.get("KESTRELUNE_SCREENSHOTS", self.folder))
         folder.mkdir(parents=True, exist_ok=True)
         picture = folder / f"{name}.png"
@@ -251,13 +253,14 @@ class Desktop:
 
     def windows(self):
         """The visible top-level windows: (id, x, y, width, height)."""
-        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--maxdepth", "1", "."], capture_output=True, text=True).stdout.split()
         result = []
-        for window in found:
-            text = subprocess.run(["xdotool", "getwindowgeometry", "--shell", window], capture_output=True, text=True).stdout
-            place = dict(line.split("=") for line in text.split())
-            if place:
-                result.append((int(window), *(int(place[key]) for key in ("X", "Y", "WIDTH", "HEIGHT"))))
+        server = xlib.Display(self.environment["DISPLAY"])
+        for window in server.screen().root.query_tree().children:
+            with contextlib.suppress(XError):  # gone since it was listed
+                place = window.get_geometry()
+                if window.get_attributes().map_state == X.IsViewable:
+                    result.append((window.id, place.x, place.y, place.width, place.height))
+        server.close()
         return result
 
 

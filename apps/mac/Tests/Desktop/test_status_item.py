@@ -1,9 +1,12 @@
 """The icon on a desktop: the item of a tray host, its exported menu, and the strip where there is no host."""
+import pathlib
 import signal
 
 from desktop import Desktop, send, wait_for, watch
 from peers import TrayHost
 from runner import equal, test, true
+
+TRAY = pathlib.Path(__file__).with_name("xembed_tray.py")
 
 
 @test("the status item says the state in words, and signals only a change")
@@ -55,7 +58,7 @@ def strip():
         desktop.screenshot("strip-attention")
         host = TrayHost(desktop)
         host.item()
-        wait_for("the strip to go", lambda: not any(seen[0] == window for seen in desktop.windows()))
+        wait_for("the strip to go", lambda: window not in [seen[0] for seen in desktop.windows()])
         host.leave()
         wait_for("the strip to come back", desktop.windows)
         equal(send(process), 0, "exit status")
@@ -92,4 +95,19 @@ def labels():
         equal(item.says()[3], "a_b & <b>c</b> “d”\n🔥", "the label beside the icon")
         true("&amp;" in item.says()[1] or "<" not in item.says()[1], f"markup in the tool tip's text: {item.says()[1]}")
         watch(0.1)
+        equal(send(process), 0, "exit status")
+
+
+@test("a tray of the old kind shows the icon, and the strip gives way to it")
+def xembed():
+    with Desktop(display=True, bus=True) as desktop:
+        desktop.write_status("attention.json")
+        process = desktop.companion()
+        strip_window = wait_for("the strip", desktop.windows)[0][0]
+        tray = desktop.start(["/usr/bin/python3", TRAY], {"LD_PRELOAD": ""})
+        tray.line("docked ")
+        wait_for("the strip to go", lambda: strip_window not in [seen[0] for seen in desktop.windows()])
+        desktop.screenshot("xembed-attention")
+        send(tray)
+        wait_for("the strip to come back", desktop.windows)
         equal(send(process), 0, "exit status")
