@@ -1,0 +1,55 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <memory>
+
+#include "base/Lifetime.hpp"
+#include "base/Session.hpp"
+#include "session/ScreenPort.hpp"
+
+namespace kestrelune {
+
+/// Questions on the screen, one at a time. One that the screen took with it when it ended counts as cancelled.
+class ScreenAlert final : public Alert {
+ public:
+  ScreenAlert(RunLoop& loop, ScreenPort& port);
+
+  void ask(const Question& question, std::function<void(const Answer&)> answered) override;
+
+ private:
+  struct Asked {
+    Question question;
+    std::function<void(const Answer&)> answered;
+  };
+
+  void showFirst();
+  void answer(const Answer& answer);
+
+  RunLoop& loop_;
+  ScreenPort& port_;
+  std::deque<Asked> waiting_;  ///< the first is the one being asked
+  int id_ = 0;                 ///< of the first
+  std::unique_ptr<Subscription> listening_;
+  Lifetime lifetime_;
+};
+
+/// Copying through the screen, which keeps the text for others to paste.
+class ScreenPasteboard final : public Pasteboard {
+ public:
+  ScreenPasteboard(RunLoop& loop, ScreenPort& port);
+
+  bool copy(const std::string& text) override;
+
+ private:
+  void send();
+
+  RunLoop& loop_;
+  ScreenPort& port_;
+  std::string text_;
+  int attempts_ = 0;  ///< left for a text that the screen may not have taken; 0: nothing to send
+  Timer taken_;
+  std::unique_ptr<Subscription> listening_;
+};
+
+}  // namespace kestrelune
