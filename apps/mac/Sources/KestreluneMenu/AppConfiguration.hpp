@@ -8,6 +8,9 @@ namespace kestrelune {
 
 /// Where the program reads and writes, and whether it may reach the system. Fixed at start and copied freely.
 struct Configuration {
+  /// What is said in place of starting when `resolve` throws.
+  static constexpr const char* kRefusal = "KESTRELUNE_DRY_RUN requires distinct, explicit status and heartbeat paths.";
+
   Url statusURL;        ///< the status file that the helper writes
   Url heartbeatURL;     ///< the heartbeat file that this program writes
   bool dryRun = false;  ///< nothing outside the test paths is touched
