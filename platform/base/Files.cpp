@@ -1,9 +1,10 @@
 #include "base/Files.hpp"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
+#include <utility>
 
 #include "base/Text.hpp"
 
@@ -11,6 +12,7 @@ namespace kestrelune {
 namespace {
 
 constexpr std::size_t kPiece = 65536;
+constexpr std::size_t kCopyPiece = 1 << 20;
 
 std::string folderOf(const std::string& path) {
   const std::size_t slash = path.find_last_of('/');
@@ -41,13 +43,37 @@ Outcome<std::string> readOpen(Files& files, int descriptor, std::size_t limit) {
   return {std::move(bytes), 0};
 }
 
-int writeAndName(Files& files, int descriptor, const std::string& temporary, const std::string& path,
-                 std::string_view bytes, mode_t mode) {
-  int error = writeWhole(files, descriptor, bytes);
-  if (error == 0) error = files.fchmod(descriptor, mode);
-  if (error == 0) error = files.fsync(descriptor);
+int copyWhole(Files& files, int from, int to) {
+  std::string piece(kCopyPiece, '\0');
+  while (true) {
+    const Outcome<std::size_t> got = files.read(from, piece.data(), piece.size());
+    if (!got) return got.error;
+    if (got.value == 0) return 0;
+    if (const int error = writeWhole(files, to, std::string_view(piece).substr(0, got.value)); error != 0) return error;
+  }
+}
+
+/// Fills a temporary file beside `path` by `fill` and gives it that name.
+template <class Fill>
+int place(Files& files, const std::string& path, mode_t mode, std::string_view prefix, std::string_view suffix,
+          const Fill& fill) {
+  const std::string folder = folderOf(path);
+  const std::string temporary = folder + "/" + std::string(prefix) + text::makeUuid() + std::string(suffix);
+  const Outcome<int> descriptor = files.open(temporary, O_WRONLY | O_CREAT | O_EXCL, 0600);
+  if (!descriptor) return descriptor.error;
+  int error = fill(descriptor.value);
+  if (error == 0) error = files.fchmod(descriptor.value, mode);
+  if (error == 0) error = files.fsync(descriptor.value);
   if (error == 0) error = files.rename(temporary, path);
+  files.close(descriptor.value);
+  if (error == 0) return syncFolder(files, folder);
+  files.unlink(temporary);
   return error;
+}
+
+bool isFileFor(Files& files, const std::string& path, int use) {
+  const Outcome<FileInfo> info = files.info(path);
+  return info && info.value.kind == FileInfo::Kind::regular && files.access(path, use) == 0;
 }
 
 }  // namespace
@@ -102,16 +128,26 @@ int syncFolder(Files& files, const std::string& folder) {
 
 int placeFile(Files& files, const std::string& path, std::string_view bytes, mode_t mode,
               std::string_view temporaryPrefix, std::string_view temporarySuffix) {
-  const std::string folder = folderOf(path);
-  const std::string temporary =
-      folder + "/" + std::string(temporaryPrefix) + text::makeUuid() + std::string(temporarySuffix);
-  const Outcome<int> descriptor = files.open(temporary, O_WRONLY | O_CREAT | O_EXCL, 0600);
-  if (!descriptor) return descriptor.error;
-  const int error = writeAndName(files, descriptor.value, temporary, path, bytes, mode);
-  files.close(descriptor.value);
-  if (error == 0) return syncFolder(files, folder);
-  files.unlink(temporary);
+  return place(files, path, mode, temporaryPrefix, temporarySuffix,
+               [&](int descriptor) { return writeWhole(files, descriptor, bytes); });
+}
+
+int placeCopy(Files& files, const std::string& path, const std::string& source, mode_t mode,
+              std::string_view temporaryPrefix) {
+  const Outcome<int> original = files.open(source, O_RDONLY, 0);
+  if (!original) return original.error;
+  const int error = place(files, path, mode, temporaryPrefix, "",
+                          [&](int descriptor) { return copyWhole(files, original.value, descriptor); });
+  files.close(original.value);
   return error;
+}
+
+bool isReadableFile(Files& files, const std::string& path) { return isFileFor(files, path, R_OK); }
+
+bool isExecutableFile(Files& files, const std::string& path) { return isFileFor(files, path, X_OK); }
+
+Outcome<int> openForAppending(Files& files, const std::string& path, mode_t mode) {
+  return files.open(path, O_WRONLY | O_CREAT | O_APPEND, mode);
 }
 
 }  // namespace kestrelune

@@ -89,4 +89,15 @@ int syncFolder(Files& files, const std::string& folder);
 int placeFile(Files& files, const std::string& path, std::string_view bytes, mode_t mode,
               std::string_view temporaryPrefix, std::string_view temporarySuffix = "");
 
+/// The same with the content of another file, copied in pieces of 1 MiB, so that memory doesn't grow with it.
+int placeCopy(Files& files, const std::string& path, const std::string& source, mode_t mode,
+              std::string_view temporaryPrefix);
+
+/// A regular file, also through a link, that this user may read or execute.
+bool isReadableFile(Files& files, const std::string& path);
+bool isExecutableFile(Files& files, const std::string& path);
+
+/// Opens a file for writing at its end, making it with `mode` where it is missing.
+Outcome<int> openForAppending(Files& files, const std::string& path, mode_t mode);
+
 }  // namespace kestrelune

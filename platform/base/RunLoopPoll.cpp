@@ -19,7 +19,7 @@
 namespace kestrelune {
 namespace {
 
-constexpr int kMostThreads = 16;
+constexpr int kMostThreads = 64;
 constexpr double kShortestPeriod = 0.001;
 constexpr double kLongestWait = 3600;
 

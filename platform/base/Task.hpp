@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/Files.hpp"
@@ -76,14 +77,27 @@ class TaskLauncher {
 /// posix_spawn and pidfd on the given loop.
 std::unique_ptr<TaskLauncher> makeTaskLauncher(RunLoop& loop);
 
-/// Runs a child on the calling thread, which may be any, and watches it without the loop. Its output and errors are
-/// captured together, whatever the request says of them, and `onOutput` gets each piece as it comes, on this thread;
-/// nothing else is kept. After `timeout` seconds of monotonic time the child gets SIGTERM, one second later SIGKILL.
 struct WatchedEnd {
   TaskEnd end;
   bool timedOut = false;
   int launchError = 0;  ///< not 0: nothing ran
 };
+
+/// A child that a thread watches without the loop. Its output and errors are captured together, whatever the request
+/// says of them.
+class WatchedTask {
+ public:
+  virtual ~WatchedTask() = default;
+  /// Waits, on any thread, for the child's end. `onOutput` gets each piece of what it writes as it comes; nothing else
+  /// is kept. `timeout` seconds of monotonic time after its start the child gets SIGTERM, one second later SIGKILL.
+  virtual WatchedEnd watch(double timeout, const std::function<void(std::string_view)>& onOutput) = 0;
+};
+
+/// Starts a child on the calling thread, which may be any. A child inherits the priority of the thread that starts it,
+/// so one that isn't itself background work is started on the main thread, and watched on another.
+Outcome<std::shared_ptr<WatchedTask>> startWatched(const TaskRequest& request);
+
+/// Both on the calling thread.
 WatchedEnd runWatched(const TaskRequest& request, double timeout,
                       const std::function<void(std::string_view)>& onOutput);
 

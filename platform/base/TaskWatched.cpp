@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 #include "base/Task.hpp"
 #include "base/TaskSpawn.hpp"
@@ -30,32 +31,49 @@ bool waitForChild(const spawn::Child& child, double due) {
   return ready[0].revents != 0;
 }
 
+class SpawnedWatchedTask final : public WatchedTask {
+ public:
+  explicit SpawnedWatchedTask(spawn::Child child) : child_(std::move(child)), started_(uptime()) {}
+
+  WatchedEnd watch(double timeout, const std::function<void(std::string_view)>& onOutput) override {
+    WatchedEnd result;
+    double due = started_ + timeout;
+    int nextSignal = SIGTERM;
+    while (!waitForChild(child_, due)) {
+      // A stream that has ended would be ready at every turn.
+      if (child_.output && spawn::drain(child_.output, onOutput) == spawn::Drained::ended) child_.output.reset();
+      if (uptime() < due) continue;
+      result.timedOut = true;
+      spawn::signal(child_, nextSignal);
+      due = nextSignal == SIGTERM ? uptime() + kGrace : HUGE_VAL;
+      nextSignal = SIGKILL;
+    }
+    result.end = spawn::reap(child_);
+    if (child_.output) spawn::drain(child_.output, onOutput);
+    return result;
+  }
+
+ private:
+  spawn::Child child_;
+  double started_;
+};
+
 }  // namespace
 
-WatchedEnd runWatched(const TaskRequest& request, double timeout,
-                      const std::function<void(std::string_view)>& onOutput) {
+Outcome<std::shared_ptr<WatchedTask>> startWatched(const TaskRequest& request) {
   TaskRequest joined = request;
   joined.output = TaskRequest::Stream::capture;
   joined.errorsJoinOutput = true;
   Outcome<spawn::Child> started = spawn::start(joined);
-  if (!started) return {{}, false, started.error};
+  if (!started) return {nullptr, started.error};
+  return {std::make_shared<SpawnedWatchedTask>(std::move(started.value)), 0};
+}
 
-  spawn::Child& child = started.value;
-  WatchedEnd result;
-  double due = uptime() + timeout;
-  int nextSignal = SIGTERM;
-  while (!waitForChild(child, due)) {
-    // A stream that has ended would be ready at every turn.
-    if (child.output && spawn::drain(child.output, onOutput) == spawn::Drained::ended) child.output.reset();
-    if (uptime() < due) continue;
-    result.timedOut = true;
-    spawn::signal(child, nextSignal);
-    due = nextSignal == SIGTERM ? uptime() + kGrace : HUGE_VAL;
-    nextSignal = SIGKILL;
-  }
-  result.end = spawn::reap(child);
-  if (child.output) spawn::drain(child.output, onOutput);
-  return result;
+WatchedEnd runWatched(const TaskRequest& request, double timeout,
+                      const std::function<void(std::string_view)>& onOutput) {
+  const Outcome<std::shared_ptr<WatchedTask>> started = startWatched(request);
+  if (!started) return {{}, false, started.error};
+  return started.value->watch(timeout, onOutput);
 }
 
 }  // namespace kestrelune

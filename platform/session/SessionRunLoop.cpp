@@ -22,7 +22,7 @@ namespace kestrelune {
 namespace {
 
 // Work in the background is mostly waiting for a child, and one long command must not hold up the others.
-constexpr int kMostThreads = 16;
+constexpr int kMostThreads = 64;
 constexpr std::uint64_t kSecond = 1000000;
 constexpr double kLongestTime = 3e9;  // about a hundred years; keeps the sum below the end of the clock
 
