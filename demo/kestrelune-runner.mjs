@@ -317,8 +317,9 @@ function beginScene(places, scene) {
   else if (!existsSync(places.sharedTools)) placeJson(places.sharedTools, homeTools);
 }
 
-async function walk(places, stops, { quiet, service }) {
+async function walk(places, load, { quiet, service }) {
   const startedAt = Date.now();
+  let [source, stops] = load();
   const say = (line) => quiet || process.stdout.write(`${iso()} ${line}\n`);
   let at = 0;
   let since = Date.now();
@@ -340,8 +341,11 @@ async function walk(places, stops, { quiet, service }) {
   let begun = false;
   while (!ended) {
     if (service) await orderedEnd(places, startedAt);
-    if (Date.now() - since >= stops[at].seconds * 1000) {
-      at = (at + 1) % stops.length;
+    const [newSource, newStops] = load();
+    const other = newSource !== source;
+    if (other || Date.now() - since >= stops[at].seconds * 1000) {
+      [source, stops] = [newSource, newStops];
+      at = other ? 0 : (at + 1) % stops.length;
       since = Date.now();
       begun = false;
     }
@@ -364,14 +368,22 @@ async function walk(places, stops, { quiet, service }) {
 async function run(options, words) {
   if (options.service) {
     const places = new Places(join(helperRoot(options), 'runner'));
-    const file = [places.scene, process.env.KESTRELUNE_DEMO_SCENE].find((path) => path && existsSync(path));
-    await walk(places, file ? readTour(file, options.seconds) : [{ scene: { name: 'home' }, seconds: Infinity }], { service: true });
+    await walk(places, () => serviceScenes(places, options), { service: true });
     return;
   }
   if (words.length !== 1) throw new Refusal('run needs one scene file, or --service.', 2);
   const places = new Places(options.status ? dirname(resolve(options.status)) : join(helperRoot(options), 'runner'));
   if (options.status) places.status = resolve(options.status);
-  await walk(places, readTour(words[0], options.seconds), options);
+  const stops = readTour(words[0], options.seconds);
+  await walk(places, () => [words[0], stops], options);
+}
+
+/// The service follows "scene.json" beside the status file, also one that is put there or changed meanwhile, else
+/// KESTRELUNE_DEMO_SCENE, else nothing in particular happens.
+function serviceScenes(places, options) {
+  const file = [places.scene, process.env.KESTRELUNE_DEMO_SCENE].find((path) => path && existsSync(path));
+  if (!file) return ['', [{ scene: { name: 'home' }, seconds: Infinity }]];
+  return [`${file} ${statSync(file).mtimeMs}`, readTour(file, options.seconds)];
 }
 
 // ---------------------------------------------------------------------------------------------------------------

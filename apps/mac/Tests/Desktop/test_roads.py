@@ -1,0 +1,119 @@
+"""Roads through the whole program: an attention item from file to "Done", and choices that reach the helper."""
+import json
+import subprocess
+
+from desktop import BINARY, ROOT, Desktop, send, wait_for
+from peers import NotificationServer, TrayHost
+from runner import equal, test, true
+
+QUESTION = {"label": "#44", "title": "Which bank account?", "kind": "question", "line": "The invoice names two accounts.",
+            "task_id": "b0-44", "open": "codex://threads/b0-44"}
+
+
+@test("one attention item: file, pill, notice, menu, Later, Done")
+def attention_road():
+    with Desktop(bus=True) as desktop:
+        host = TrayHost(desktop)
+        desktop.write_status()
+        process = desktop.companion()
+        item = host.item()
+        desktop.write_status("all-ready.json", attention=[QUESTION])
+        process.line("DRY_RUN notification attention-b0-44: #44 Which bank account? | The invoice names two accounts. -> open:codex://threads/b0-44")
+        wait_for("the pill", lambda: item.says()[3] == "#44 Which bank account?")
+        row = wait_for("the row", lambda: item.menu.layout().find("Which bank account?"))
+        equal(len(row.children) >= 3, True, f"a row with opening, Later and Done: {list(row.lines())}")
+        item.menu.event(row.children[0])
+        process.line("DRY_RUN open codex://threads/b0-44")
+        item.menu.event(next(child for child in row.children if child.label == "Done"))
+        process.line("DRY_RUN settle done")
+        process.line("STATE green", 2)
+        wait_for("the pill to go", lambda: item.says()[3] == "")
+        equal(item.menu.layout().find("Which bank account?"), None, "the row after Done")
+        desktop.write_status("all-ready.json", attention=[{**QUESTION, "line": "And which of the two addresses?"}])
+        wait_for("another question of the same task", lambda: item.says()[3] == "#44 Which bank account?")
+        equal(send(process), 0, "exit status")
+
+
+class LiveDesktop(Desktop):
+    """A scratch home where the helper is set up, and the companion over it as a user has it."""
+
+    def __init__(self, scene="outdated-app.json", **more):
+        super().__init__(bus=True, **more)
+        self.root = self.home / ".kestrelune"
+        self.runner = self.root / "runner"
+        self.status, self.heartbeat = self.runner / "status.json", self.runner / "menubar.json"
+        subprocess.run([ROOT / "demo/place", self.root], check=True)
+        self.environment["KESTRELUNE_DEMO_SCENE"] = str(ROOT / "demo/scenes" / scene)
+        subprocess.run([self.root / "bin/kestrelune", "install", "--in-app"], check=True, stdout=subprocess.DEVNULL)
+
+    def live(self):
+        self.host = TrayHost(self)
+        self.server = NotificationServer(self)
+        process = self.start([BINARY])
+        self.item = self.host.item()
+        wait_for("the helper's status", lambda: self.read("state") == "running")
+        return process
+
+    def read(self, key, file="status.json"):
+        try:
+            return json.loads((self.runner / file).read_text()).get(key)
+        except (OSError, ValueError):
+            return None
+
+    def choose(self, *labels):
+        """Clicks the row under these labels, each found below the one before."""
+        row = self.item.menu.layout()
+        for label in labels:
+            row = row.find(label)
+            true(row, f"no row {label!r} in:\n" + "\n".join(self.item.menu.layout().lines()))
+        self.item.menu.event(row)
+
+
+@test("the helper runs under the companion, and choices in the menu are seen in the next status")
+def choices():
+    with LiveDesktop() as desktop:
+        process = desktop.live()
+        helper = desktop.read("pid")
+        wait_for("a menu with the helper's facts", lambda: desktop.item.menu.layout().find("Auto-Delegate"))
+        desktop.choose("Auto-Delegate")
+        wait_for("auto-delegate off", lambda: desktop.read("autoDelegate") is False)
+        desktop.choose("Small model")
+        wait_for("small model off", lambda: desktop.read("enabled", "small-model.json") is False)
+        desktop.choose("Workers", "Only Codex")
+        wait_for("one worker", lambda: desktop.read("workers") == {"mode": "only", "apps": ["codex"]})
+        wait_for("the menu to say so", lambda: desktop.item.menu.layout().find("Workers: Only Codex"))
+        desktop.choose("Shared tools", "Skills of every app")
+        wait_for("skills off", lambda: not desktop.read("view", "share-tools.json")[2]["on"])
+        desktop.choose("Update all AI apps")
+        wait_for("the update's progress in the menu", lambda: desktop.item.menu.layout().find("Updating "))
+        shown = wait_for("the report", lambda: list(desktop.server.shown.values()), 60)
+        true("Claude Code" in shown[-1]["body"], shown)
+        desktop.status.unlink()
+        wait_for("the helper to write again", desktop.status.exists)
+        equal(desktop.read("pid"), helper, "still the same helper")
+        equal(send(process), 0, "exit status")
+        wait_for("the helper to end with it", lambda: desktop.read("state") == "stopped")
+
+
+@test("a helper that crashes, asks for a restart or updates itself is there again; one that ends by its own will is not")
+def supervised():
+    with LiveDesktop() as desktop:
+        process = desktop.live()
+        orders = desktop.runner / "orders.json"
+
+        def after(order):
+            before = desktop.read("pid")
+            orders.write_text(json.dumps({"run": {**order, "times": 1}}))
+            wait_for(f"a new helper after {order}", lambda: desktop.read("pid") not in (before, None) and desktop.read("state") == "running", 45)
+
+        after({"exit": 75})
+        after({"update": "1.9.0"})
+        equal(desktop.read("helperVersion"), "1.9.0", "version after its own update")
+        after({"signal": "SIGSEGV"})
+        orders.write_text(json.dumps({"run": {"exit": 0, "times": 1}}))
+        gone = desktop.read("pid")
+        wait_for("the helper to end", lambda: not json.loads(orders.read_text())["run"]["times"])
+        desktop.status.unlink()
+        wait_for("nobody to start it again", lambda: "not running" in desktop.item.says()[0])
+        equal(desktop.read("pid"), None, f"nobody writes a status after {gone}")
+        equal(send(process), 0, "exit status")
