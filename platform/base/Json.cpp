@@ -1,0 +1,205 @@
+#include "base/Json.hpp"
+
+#include <cmath>
+#include <limits>
+#include <nlohmann/json.hpp>
+
+#include "base/Text.hpp"
+
+namespace kestrelune {
+namespace {
+
+using Nlohmann = nlohmann::json;
+
+constexpr std::size_t kDeepest = 512;
+
+/// Builds our value straight from the events of the parser. Stops, by returning false, where the text is no JSON or
+/// nests too deep.
+class Builder final : public nlohmann::json_sax<Nlohmann> {
+ public:
+  Json root;
+
+  bool null() override { return put(Json()); }
+  bool boolean(bool value) override { return put(Json(value)); }
+  bool number_integer(number_integer_t value) override { return put(Json(static_cast<std::int64_t>(value))); }
+  bool number_unsigned(number_unsigned_t value) override {
+    if (value > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
+      return put(Json(static_cast<double>(value)));
+    }
+    return put(Json(static_cast<std::int64_t>(value)));
+  }
+  bool number_float(number_float_t value, const string_t&) override { return put(Json(value)); }
+  bool string(string_t& value) override { return put(Json(std::move(value))); }
+  bool binary(binary_t&) override { return false; }
+  bool start_object(std::size_t) override { return open(Json(Json::Object{})); }
+  bool key(string_t& value) override {
+    key_ = std::move(value);
+    return true;
+  }
+  bool end_object() override { return close(); }
+  bool start_array(std::size_t) override { return open(Json(Json::Array{})); }
+  bool end_array() override { return close(); }
+  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override { return false; }
+
+ private:
+  Json* place(Json value) {
+    if (open_.empty()) {
+      root = std::move(value);
+      return &root;
+    }
+    if (Json::Array* array = open_.back()->array()) {
+      array->push_back(std::move(value));
+      return &array->back();
+    }
+    Json& slot = (*open_.back()->object())[std::move(key_)];
+    slot = std::move(value);
+    return &slot;
+  }
+  bool put(Json value) {
+    place(std::move(value));
+    return true;
+  }
+  // Only the last container of each level grows, so the pointers to the open ones stay valid.
+  bool open(Json value) {
+    if (open_.size() == kDeepest) return false;
+    open_.push_back(place(std::move(value)));
+    return true;
+  }
+  bool close() {
+    open_.pop_back();
+    return true;
+  }
+
+  std::vector<Json*> open_;
+  std::string key_;
+};
+
+void writeString(const std::string& text, std::string& out) {
+  static constexpr char kHex[] = "0123456789abcdef";
+  out += '"';
+  for (const char c : text) {
+    switch (c) {
+      case '"': out += "\\\""; break;
+      case '\\': out += "\\\\"; break;
+      case '\n': out += "\\n"; break;
+      case '\r': out += "\\r"; break;
+      case '\t': out += "\\t"; break;
+      default:
+        if (static_cast<unsigned char>(c) < 0x20) {
+          out += "\\u00";
+          out += kHex[(c >> 4) & 15];
+          out += kHex[c & 15];
+        } else {
+          out += c;
+        }
+    }
+  }
+  out += '"';
+}
+
+void writeValue(const Json& json, std::string& out) {
+  if (json.isNull()) {
+    out += "null";
+  } else if (const bool* boolean = json.boolean()) {
+    out += *boolean ? "true" : "false";
+  } else if (const std::int64_t* integer = json.integer()) {
+    out += std::to_string(*integer);
+  } else if (const double* number = json.number()) {
+    out += std::isfinite(*number) ? Nlohmann(*number).dump() : "null";
+  } else if (const std::string* string = json.string()) {
+    writeString(text::isValidUtf8(*string) ? *string : text::repairedUtf8(*string), out);
+  } else if (const Json::Array* array = json.array()) {
+    out += '[';
+    for (const Json& element : *array) {
+      if (&element != &array->front()) out += ',';
+      writeValue(element, out);
+    }
+    out += ']';
+  } else {
+    out += '{';
+    bool first = true;
+    for (const auto& [key, value] : *json.object()) {
+      if (!first) out += ',';
+      first = false;
+      writeString(key, out);
+      out += ':';
+      writeValue(value, out);
+    }
+    out += '}';
+  }
+}
+
+std::int64_t integral(const Json& json) {
+  if (const std::int64_t* integer = json.integer()) return *integer;
+  const double* number = json.number();
+  // The bounds are the doubles next to the ends of the range.
+  if (!number || *number < -9223372036854775808.0 || *number >= 9223372036854775808.0 ||
+      std::trunc(*number) != *number) {
+    throw JsonError("expected an integer");
+  }
+  return static_cast<std::int64_t>(*number);
+}
+
+}  // namespace
+
+const Json* Json::find(std::string_view key) const {
+  const Object* members = object();
+  if (!members) return nullptr;
+  const auto found = members->find(key);
+  return found == members->end() ? nullptr : &found->second;
+}
+
+void Json::set(std::string key, Json value) {
+  if (isNull()) value_ = Object{};
+  if (Object* members = object()) members->insert_or_assign(std::move(key), std::move(value));
+}
+
+Json Json::parse(std::string_view text) {
+  Builder builder;
+  if (!Nlohmann::sax_parse(text.begin(), text.end(), &builder)) throw JsonError("not JSON");
+  return std::move(builder.root);
+}
+
+std::string Json::write() const {
+  std::string out;
+  writeValue(*this, out);
+  return out;
+}
+
+void requireObject(const Json& json) {
+  if (!json.object()) throw JsonError("expected an object");
+}
+
+void decodeJson(const Json& json, bool& value) {
+  const bool* boolean = json.boolean();
+  if (!boolean) throw JsonError("expected true or false");
+  value = *boolean;
+}
+
+void decodeJson(const Json& json, std::int32_t& value) {
+  const std::int64_t wide = integral(json);
+  if (wide < std::numeric_limits<std::int32_t>::min() || wide > std::numeric_limits<std::int32_t>::max()) {
+    throw JsonError("integer out of range");
+  }
+  value = static_cast<std::int32_t>(wide);
+}
+
+void decodeJson(const Json& json, std::int64_t& value) { value = integral(json); }
+
+void decodeJson(const Json& json, double& value) {
+  if (const std::int64_t* integer = json.integer()) {
+    value = static_cast<double>(*integer);
+  } else if (const double* number = json.number()) {
+    value = *number;
+  } else {
+    throw JsonError("expected a number");
+  }
+}
+
+void decodeJson(const Json& json, std::string& value) {
+  const std::string* string = json.string();
+  if (!string) throw JsonError("expected a text");
+  value = *string;
+}
+
+}  // namespace kestrelune
