@@ -1,0 +1,134 @@
+#include "AppUpdateFiles.hpp"
+
+#include <cerrno>
+#include <charconv>
+
+#include "Runtime.hpp"
+#include "base/Text.hpp"
+
+namespace kestrelune {
+namespace {
+
+constexpr std::int64_t kSchemaVersion = 1;
+constexpr std::size_t kLargestState = 65536;
+
+void decodeJson(const Json& json, AppUpdateState::Pending& pending) {
+  requireObject(json);
+  decodeMember(json, "fromBuild", pending.fromBuild);
+  decodeMember(json, "toBuild", pending.toBuild);
+  decodeMember(json, "startedAt", pending.startedAt);
+}
+
+void check(int error) {
+  if (error != 0) throw RuntimeError::posix(error);
+}
+
+}  // namespace
+
+Url AppUpdateFiles::zipURL(std::int64_t build) const {
+  return directory_.appending("Kestrelune-" + std::to_string(build) + ".zip");
+}
+Url AppUpdateFiles::stagedURL(std::int64_t build) const {
+  return directory_.appending("staged-" + std::to_string(build));
+}
+Url AppUpdateFiles::backupURL(std::int64_t build) const {
+  return directory_.appending("previous-" + std::to_string(build) + ".app");
+}
+Url AppUpdateFiles::confirmationURL(std::int64_t build) const {
+  return directory_.appending("confirmed-" + std::to_string(build));
+}
+Url AppUpdateFiles::watchdogURL() const { return directory_.appending("watchdog.sh"); }
+
+void AppUpdateFiles::prepare() const { check(makeFolders(files_, directory_.path(), 0700)); }
+
+AppUpdateState AppUpdateFiles::read() const {
+  const auto text = readFile(files_, directory_.appending("state.json").path(), kLargestState);
+  if (!text) return {};
+  try {
+    const Json json = Json::parse(text.value);
+    requireObject(json);
+    AppUpdateState state;
+    std::int64_t version = 0;
+    decodeMember(json, "schemaVersion", version);
+    decodeMember(json, "skippedBuild", state.skippedBuild);
+    decodeMember(json, "notifiedBuild", state.notifiedBuild);
+    if (const Json* pending = json.find("pending"); pending && !pending->isNull()) {
+      decodeJson(*pending, state.pending.emplace());
+    }
+    return version == kSchemaVersion ? state : AppUpdateState{};
+  } catch (const JsonError&) {
+    return {};
+  }
+}
+
+void AppUpdateFiles::write(const AppUpdateState& state) const {
+  prepare();
+  Json json;
+  json.set("schemaVersion", kSchemaVersion);
+  json.setIfPresent("skippedBuild", state.skippedBuild);
+  json.setIfPresent("notifiedBuild", state.notifiedBuild);
+  if (state.pending) {
+    json.set("pending", Json::Object{{"fromBuild", state.pending->fromBuild},
+                                     {"toBuild", state.pending->toBuild},
+                                     {"startedAt", state.pending->startedAt}});
+  }
+  place(directory_.appending("state.json"), json.write());
+}
+
+void AppUpdateFiles::place(const Url& url, std::string_view bytes) const {
+  check(placeFile(files_, url.path(), bytes, 0600, ".placing-"));
+}
+
+std::optional<std::int64_t> AppUpdateFiles::takeRolledBack() const {
+  const std::string path = directory_.appending("rolled-back").path();
+  const auto content = readFile(files_, path, kLargestState);
+  if (!content || !text::isValidUtf8(content.value)) return std::nullopt;
+  files_.unlink(path);
+  const std::string number = text::trimmed(content.value);
+  std::int64_t build = 0;
+  const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), build);
+  if (error != std::errc{} || end != number.data() + number.size()) return std::nullopt;
+  return build;
+}
+
+void AppUpdateFiles::clean(std::optional<std::int64_t> keeping) const {
+  const auto names = files_.list(directory_.path());
+  if (!names) return;
+  for (const std::string& name : names.value) {
+    if (!name.starts_with("Kestrelune-") && !name.starts_with("staged-") && !name.starts_with("failed-")) continue;
+    const Url url = directory_.appending(name);
+    if (keeping && (url == zipURL(*keeping) || url == stagedURL(*keeping))) continue;
+    removeTree(files_, url.path());
+  }
+}
+
+std::optional<Url> AppUpdateFiles::singleApp(const Url& folder) const {
+  auto names = files_.list(folder.path());
+  if (!names) return std::nullopt;
+  std::erase(names.value, "__MACOSX");
+  if (names.value != std::vector<std::string>{"Kestrelune.app"}) return std::nullopt;
+  const Url app = folder.appending("Kestrelune.app");
+  const auto info = files_.linkInfo(app.path());
+  if (!info || info.value.kind != FileInfo::Kind::folder) return std::nullopt;
+  return app;
+}
+
+int removeTree(Files& files, const std::string& path) {
+  const auto info = files.linkInfo(path);
+  if (!info) return info.error;
+  if (info.value.kind != FileInfo::Kind::folder) return files.unlink(path);
+
+  // A folder that was made unreadable on purpose must not outlive its removal.
+  if ((info.value.mode & 0700) != 0700) files.chmod(path, 0700);
+  const auto names = files.list(path);
+  if (!names) return names.error;
+  int first = 0;
+  for (const std::string& name : names.value) {
+    const int error = removeTree(files, path + "/" + name);
+    if (first == 0) first = error;
+  }
+  const int error = files.removeFolder(path);
+  return first != 0 ? first : error;
+}
+
+}  // namespace kestrelune

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "base/Files.hpp"
+#include "base/Json.hpp"
+#include "base/Url.hpp"
+
+namespace kestrelune {
+
+/// What the self-updater remembers between starts.
+struct AppUpdateState {
+  struct Pending {
+    std::int64_t fromBuild = 0;
+    std::int64_t toBuild = 0;
+    double startedAt = 0;  ///< seconds since 1970
+
+    bool operator==(const Pending&) const = default;
+  };
+
+  std::optional<std::int64_t> skippedBuild;   ///< was rolled back, and is never offered again
+  std::optional<std::int64_t> notifiedBuild;  ///< the user was told to update to it by hand
+  std::optional<Pending> pending;             ///< an install under way
+
+  bool operator==(const AppUpdateState&) const = default;
+};
+
+/// The folder in which the self-updater keeps its state and handles what it downloads. The names in it are shared with
+/// the watchdog script.
+class AppUpdateFiles {
+ public:
+  AppUpdateFiles(Files& files, Url directory) : files_(files), directory_(std::move(directory)) {}
+
+  const Url& directory() const { return directory_; }
+  Url zipURL(std::int64_t build) const;
+  Url stagedURL(std::int64_t build) const;
+  Url backupURL(std::int64_t build) const;
+  Url confirmationURL(std::int64_t build) const;
+  Url watchdogURL() const;
+
+  /// Makes the folder, readable by nobody else. Throws `RuntimeError::posix`.
+  void prepare() const;
+  /// A missing, damaged or unknown state is the empty one.
+  AppUpdateState read() const;
+  /// Throws `RuntimeError::posix`.
+  void write(const AppUpdateState& state) const;
+  /// Places a small file of this folder whole. Throws `RuntimeError::posix`.
+  void place(const Url& url, std::string_view bytes) const;
+  /// Reads and removes the watchdog's mark that a build was rolled back.
+  std::optional<std::int64_t> takeRolledBack() const;
+  /// Removes archives, unpacked releases and failed builds, except those of one build. Failures are passed over.
+  void clean(std::optional<std::int64_t> keeping) const;
+  /// The one application in an unpacked release; absent when there is anything else beside it.
+  std::optional<Url> singleApp(const Url& folder) const;
+
+ private:
+  Files& files_;
+  Url directory_;
+};
+
+/// Removes a file or a whole folder, without following links. Returns 0 or the first error number; goes on past it.
+int removeTree(Files& files, const std::string& path);
+
+}  // namespace kestrelune
