@@ -1,0 +1,175 @@
+#include "Status.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace kestrelune {
+namespace {
+
+HelperStatus decoded(const std::string& text) {
+  HelperStatus status;
+  decodeJson(Json::parse(text), status);
+  return status;
+}
+
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+  return text.replace(text.find(from), from.size(), to);
+}
+
+TEST(Status, EveryKeyIsReadStrictly) {
+  // "@" is where the record stands. A boolean where another type belongs must not pass, and a key that passes it was
+  // never read; the keys of booleans get a text.
+  const struct {
+    const char* record;
+    const char* place;
+    std::vector<const char*> keys;
+    std::vector<const char*> booleans;
+  } rows[] = {
+      {"root",
+       R"({"schemaVersion":1,@})",
+       {"helperVersion", "pid",         "state",     "computer",
+        "server",        "startedAt",   "updatedAt", "lastServerContactAt",
+        "wake",          "apps",        "tasks",     "running",
+        "attention",     "connections", "done",      "computers",
+        "projects",      "workers",     "profiles",  "message"},
+       {"serverReachable", "autoDelegate"}},
+      {"application",
+       R"({"schemaVersion":1,"apps":[{@}]})",
+       {"host", "name", "state", "checkedAt", "limitedUntil", "model", "account", "version", "update", "power",
+        "usage"},
+       {"outdated"}},
+      {"account", R"({"schemaVersion":1,"apps":[{"account":{@}}]})", {"email", "plan"}, {}},
+      {"usage", R"({"schemaVersion":1,"apps":[{"usage":{@}}]})", {"left", "resets_at", "windows", "tokens"}, {}},
+      {"window", R"({"schemaVersion":1,"apps":[{"usage":{"windows":[{@}]}}]})", {"kind", "used", "resets_at"}, {}},
+      {"tokens", R"({"schemaVersion":1,"apps":[{"usage":{"tokens":{@}}}]})", {"today", "week", "month", "top"}, {}},
+      {"period",
+       R"({"schemaVersion":1,"apps":[{"usage":{"tokens":{"week":{@}}}}]})",
+       {"tokens", "usd", "unpriced"},
+       {}},
+      {"model", R"({"schemaVersion":1,"apps":[{"usage":{"tokens":{"top":[{@}]}}}]})", {"model", "tokens", "usd"}, {}},
+      {"count", R"({"schemaVersion":1,"tasks":{@}})", {"running"}, {}},
+      {"running",
+       R"({"schemaVersion":1,"running":[{@}]})",
+       {"label", "title", "ball_at", "since", "task_id", "open"},
+       {}},
+      {"attention",
+       R"({"schemaVersion":1,"attention":[{@}]})",
+       {"label", "title", "kind", "line", "task_id", "open", "schedule_id"},
+       {}},
+      {"done", R"({"schemaVersion":1,"done":[{@}]})", {"label", "title", "line", "ended_at", "task_id", "open"}, {}},
+      {"connection",
+       R"({"schemaVersion":1,"connections":[{@}]})",
+       {"family", "name", "state", "last_used_at", "power", "access"},
+       {}},
+      {"computer", R"({"schemaVersion":1,"computers":[{@}]})", {"name", "online", "apps"}, {}},
+      {"workers", R"({"schemaVersion":1,"workers":{@}})", {"mode", "apps"}, {}},
+      {"profile",
+       R"({"schemaVersion":1,"profiles":[{"executorId":"e","name":"n",@}]})",
+       {"profile", "by"},
+       {"thisMac"}},
+  };
+  for (const auto& row : rows) {
+    const auto fails = [&row](const std::string& key, const std::string& value) {
+      SCOPED_TRACE(std::string(row.record) + "." + key);
+      EXPECT_THROW(decoded(replaced(row.place, "@", "\"" + key + "\":" + value)), JsonError);
+      EXPECT_NO_THROW(decoded(replaced(row.place, "@", "\"" + key + "\":null")));
+    };
+    for (const char* key : row.keys) fails(key, "true");
+    for (const char* key : row.booleans) fails(key, "\"yes\"");
+    EXPECT_NO_THROW(decoded(replaced(row.place, "@", R"("somethingNew":[{"a":1}])"))) << row.record;
+  }
+}
+
+TEST(Status, RequiredAndLimitedValues) {
+  const struct {
+    const char* name;
+    const char* text;
+    bool decodes;
+  } rows[] = {
+      {"only the version", R"({"schemaVersion":1})", true},
+      {"no version", R"({"pid":1})", false},
+      {"an integral version written as a fraction", R"({"schemaVersion":1.0})", true},
+      {"a fractional version", R"({"schemaVersion":1.5})", false},
+      {"no object", R"([1])", false},
+      {"the largest process id", R"({"schemaVersion":1,"pid":2147483647})", true},
+      {"a process id that doesn't fit", R"({"schemaVersion":1,"pid":2147483648})", false},
+      {"a negative process id", R"({"schemaVersion":1,"pid":-5})", true},
+      {"a profile without its name", R"({"schemaVersion":1,"profiles":[{"executorId":"e"}]})", false},
+      {"a null name of a profile", R"({"schemaVersion":1,"profiles":[{"executorId":"e","name":null}]})", false},
+      {"null in a list", R"({"schemaVersion":1,"projects":["a",null]})", false},
+      {"a whole number of dollars", R"({"schemaVersion":1,"apps":[{"usage":{"tokens":{"today":{"usd":3}}}}]})", true},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    if (row.decodes) {
+      EXPECT_NO_THROW(decoded(row.text));
+    } else {
+      EXPECT_THROW(decoded(row.text), JsonError);
+    }
+  }
+}
+
+TEST(Status, ValuesReachTheirFields) {
+  const HelperStatus status = decoded(R"({"schemaVersion":1,"pid":42,"serverReachable":false,"tasks":{"running":3},
+    "running":[{"ball_at":"Codex","task_id":"a1"}],
+    "attention":[{"task_id":"t","schedule_id":"s"}],"done":[{"ended_at":"then"}],
+    "connections":[{"last_used_at":"now","access":"read"}],"computers":[{"online":"online","apps":"Codex"}],
+    "apps":[{"outdated":null,"usage":{"left":61.5,"windows":[{"resets_at":"soon","used":4}],
+      "tokens":{"month":{"tokens":9e6}}}}],"workers":{"apps":[]}})");
+  EXPECT_EQ(status.pid, 42);
+  EXPECT_EQ(status.serverReachable, false);
+  EXPECT_EQ(status.tasks, TaskCount{3});
+  EXPECT_EQ(status.running->at(0), (RunningTask{.ballAt = "Codex", .taskId = "a1"}));
+  EXPECT_EQ(status.attention->at(0), (Attention{.taskId = "t", .scheduleId = "s"}));
+  EXPECT_EQ(status.done->at(0), (DoneTask{.endedAt = "then"}));
+  EXPECT_EQ(status.connections->at(0), (Connection{.lastUsedAt = "now", .access = "read"}));
+  EXPECT_EQ(status.computers->at(0), (Computer{.online = "online", .apps = "Codex"}));
+  EXPECT_EQ(status.workers, (Workers{.apps = std::vector<std::string>{}}));
+  const HostApp& app = status.apps->at(0);
+  EXPECT_FALSE(app.outdated);
+  EXPECT_EQ(app.usage->left, 61.5);
+  EXPECT_EQ(app.usage->windows->at(0), (PlanUsage::Window{.used = 4, .resetsAt = "soon"}));
+  EXPECT_EQ(app.usage->tokens->month, PlanUsage::Period{.tokens = 9e6});
+  EXPECT_FALSE(status.attention->at(0).open);
+}
+
+TEST(Status, AccountLine) {
+  const std::string longest(28, 'm');
+  const struct {
+    const char* name;
+    HostApp app;
+    std::optional<std::string> line;
+  } rows[] = {
+      {"nothing known", {}, std::nullopt},
+      {"all of it",
+       {.account = AppAccount{"mia@example.com", "Max"}, .version = "1.2"},
+       "mia@example.com · Max · v1.2"},
+      {"empty parts", {.account = AppAccount{"", ""}, .version = ""}, std::nullopt},
+      {"no address", {.account = AppAccount{std::nullopt, "Pro"}, .version = "3"}, "Pro · v3"},
+      {"the longest whole address", {.account = AppAccount{longest, std::nullopt}}, longest},
+      {"one character more", {.account = AppAccount{longest + "é", std::nullopt}}, std::string(27, 'm') + "…"},
+      {"characters, not bytes",
+       {.account = AppAccount{std::string(27, 'm') + "é", std::nullopt}},
+       std::string(27, 'm') + "é"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(row.app.accountLine(), row.line) << row.name;
+}
+
+TEST(Status, AttentionKeepsItsIdentity) {
+  const struct {
+    const char* name;
+    Attention item;
+    std::string identity;
+  } rows[] = {
+      {"its task", {.title = "t", .taskId = "a1", .scheduleId = "s"}, "a1"},
+      {"an empty task is one", {.taskId = "", .scheduleId = "s"}, ""},
+      {"its schedule", {.title = "t", .scheduleId = "s"}, "s"},
+      {"its texts", {.label = "#4", .kind = "question", .line = "Go?"}, "#4\x1f\x1fquestion\x1fGo?"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(row.item.identity(), row.identity) << row.name;
+}
+
+}  // namespace
+}  // namespace kestrelune

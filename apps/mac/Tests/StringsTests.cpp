@@ -1,0 +1,153 @@
+#include "Strings.hpp"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "AppUpdateCopy.hpp"
+#include "Fakes/Languages.hpp"
+#include "ProblemCopy.hpp"
+#include "SettleCopy.hpp"
+#include "SetupCopy.hpp"
+#include "UsageCopy.hpp"
+
+namespace kestrelune {
+namespace {
+
+/// "@d%" for the placeholders of a text, in order.
+std::string placeholders(const std::string& text) {
+  std::string found;
+  for (std::size_t at = text.find('%'); at != std::string::npos; at = text.find('%', at)) {
+    found += at + 1 < text.size() ? text[at + 1] : '?';
+    at += 2;
+  }
+  return found;
+}
+
+TEST(TextTables, AreCompleteInBothLanguages) {
+  const struct {
+    const char* name;
+    TextTable table;
+  } tables[] = {
+      {"Copy", Copy::table()},
+      {"SetupCopy", SetupCopy::table()},
+      {"SettleCopy", SettleCopy::table()},
+      {"UsageCopy", UsageCopy::table()},
+      {"ProblemCopy", ProblemCopy::table()},
+      {"AppUpdateCopy", AppUpdateCopy::table()},
+  };
+  for (const auto& [name, table] : tables) {
+    std::set<std::string> keys;
+    for (const TextRow& row : table) {
+      SCOPED_TRACE(std::string(name) + "." + row.key);
+      EXPECT_TRUE(keys.insert(row.key).second);
+      EXPECT_EQ(placeholders(row.english), placeholders(row.german));
+      EXPECT_EQ(placeholders(row.english).find_first_not_of("@d%"), std::string::npos);
+      for (const std::string text : {row.english, row.german}) {
+        EXPECT_TRUE(text::isValidUtf8(text));
+        EXPECT_EQ(text, text::trimmed(text));
+        // Typographic quotes and ellipses only, and nothing left over from a table of a document.
+        EXPECT_EQ(text.find_first_of("\"`|\\\n"), std::string::npos);
+        EXPECT_EQ(text.find("..."), std::string::npos);
+        EXPECT_EQ(text.find("service host"), std::string::npos);
+        EXPECT_EQ(text.find("support address"), std::string::npos);
+      }
+    }
+  }
+}
+
+TEST(Language, IsThatOfTheFirstChoice) {
+  const struct {
+    std::vector<std::string> preferred;
+    Language language;
+  } rows[] = {
+      {{}, Language::english},
+      {{"de"}, Language::german},
+      {{"de-CH", "en"}, Language::german},
+      {{"en-US", "de"}, Language::english},
+      {{"fr", "de-DE"}, Language::english},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(languageOf(row.preferred), row.language) << (row.preferred.empty() ? "none" : row.preferred.front());
+  }
+}
+
+TEST(Copy, FollowsTheLanguageAtEachCall) {
+  for (int round = 0; round < 2; ++round) {
+    {
+      const testing_support::German german;
+      EXPECT_EQ(Copy::filled(Copy::Key::updateLineUpdated, {"Codex", "1", "2"}), "Codex: 1 → 2");
+      EXPECT_EQ(SettleCopy::text(SettleCopy::Key::later), "Später");
+    }
+    const testing_support::English english;
+    EXPECT_EQ(SettleCopy::text(SettleCopy::Key::later), "Later");
+  }
+}
+
+TEST(Copy, TextsNameTheConfiguredHosts) {
+  const testing_support::English english;
+  EXPECT_EQ(Copy::text(Copy::Key::accountDetail), "On " KESTRELUNE_SERVICE_HOST ", signed in");
+  EXPECT_NE(ProblemCopy::text(ProblemCopy::Key::bodyNoApp).find(" support@" KESTRELUNE_SERVICE_HOST "."),
+            std::string::npos);
+}
+
+TEST(Copy, NamesOfApplicationsAndServicesDiffer) {
+  EXPECT_EQ(Copy::appName("claude"), "Claude Code");
+  EXPECT_EQ(Copy::familyName("claude"), "Claude");
+  EXPECT_EQ(Copy::familyName("google"), "Antigravity");
+  EXPECT_EQ(Copy::appName("google"), "google");
+  EXPECT_EQ(Copy::familyName("antigravity"), "antigravity");
+}
+
+TEST(Snapshot, Headline) {
+  const testing_support::English english;
+  const auto running = [](std::optional<std::int64_t> counted, std::size_t listed) {
+    HelperStatus status;
+    if (counted) status.tasks = TaskCount{counted};
+    if (listed > 0) status.running = std::vector<RunningTask>(listed);
+    return Snapshot{.status = status, .signal = Signal::running};
+  };
+  const struct {
+    const char* name;
+    Snapshot snapshot;
+    const char* headline;
+  } rows[] = {
+      {"green", {.signal = Signal::green}, "Everything is ready"},
+      {"yellow", {.signal = Signal::yellow}, "Something needs you"},
+      {"red", {.signal = Signal::red}, "Kestrelune is not running"},
+      {"one listed", running({}, 1), "A task is running"},
+      {"one counted", running(1, 0), "A task is running"},
+      {"more counted than listed", running(5, 2), "5 running"},
+      {"more listed than counted", running(1, 3), "3 running"},
+      {"a count below zero", running(-4, 2), "2 running"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(headline(row.snapshot), row.headline) << row.name;
+}
+
+TEST(Snapshot, MessageOfTheHelperGoesFirst) {
+  const testing_support::English english;
+  const struct {
+    const char* name;
+    std::optional<std::string> own;
+    std::optional<StatusIssue> issue;
+    std::optional<std::string> message;
+  } rows[] = {
+      {"nothing to say", {}, {}, {}},
+      {"the helper's own", "Disk is full.", StatusIssue::stopped, "Disk is full."},
+      {"the helper's own without an issue", "Disk is full.", {}, "Disk is full."},
+      {"an empty one", "", StatusIssue::stopped, "Kestrelune is not ready on this Mac yet."},
+      {"an empty one without an issue", "", {}, {}},
+      {"the issue", {}, StatusIssue::outdated, "The last status is over two minutes old."},
+  };
+  for (const auto& row : rows) {
+    HelperStatus status;
+    status.message = row.own;
+    EXPECT_EQ(message({.status = status, .issue = row.issue}), row.message) << row.name;
+  }
+  EXPECT_EQ(message({.issue = StatusIssue::missing}), "No status file found.");
+}
+
+}  // namespace
+}  // namespace kestrelune
