@@ -1,0 +1,81 @@
+#include "session/DesktopLoginItem.hpp"
+
+#include <gtest/gtest.h>
+
+#include "Fakes/TestFolder.hpp"
+#include "session/DesktopEntry.hpp"
+
+namespace kestrelune {
+namespace {
+
+using Status = LoginItem::Status;
+constexpr const char* kEntry = "autostart/com.kestrelune.menu.desktop";
+
+struct DesktopLoginItemTest : testing::Test {
+  TestFolder config;
+  DesktopLoginItem item{systemFiles(), config.path(), "/opt/My Apps/100%/$x", false};
+};
+
+TEST_F(DesktopLoginItemTest, TellsWhatTheEntrySays) {
+  EXPECT_EQ(item.status(), Status::notRegistered);
+  struct Row {
+    const char* lines;
+    Status status;
+  };
+  for (const Row& row :
+       std::vector<Row>{{"[Desktop Entry]\nExec=x\n", Status::enabled},
+                        {"[Desktop Entry]\nExec=x\nHidden=false\nX-GNOME-Autostart-enabled=true\n", Status::enabled},
+                        {"[Desktop Entry]\nExec=x\nHidden=true\n", Status::requiresApproval},
+                        {"[Desktop Entry]\nHidden=true\n", Status::requiresApproval},
+                        {"[Desktop Entry]\nExec=x\nX-GNOME-Autostart-enabled=false\n", Status::requiresApproval},
+                        {"[Desktop Entry]\nExec=x\n[Other]\nHidden=true\n", Status::enabled},
+                        {"", Status::notRegistered},
+                        {"\xff\xfe nonsense", Status::notRegistered}}) {
+    config.write(kEntry, row.lines);
+    EXPECT_EQ(item.status(), row.status) << row.lines;
+  }
+}
+
+TEST_F(DesktopLoginItemTest, RegistersAndUnregisters) {
+  EXPECT_EQ(item.registerItem(false), "");
+  EXPECT_EQ(item.status(), Status::enabled);
+  const auto command = desktop_entry::commandLine(desktop_entry::parse(config.read(kEntry)));
+  EXPECT_EQ(command, std::vector<std::string>{"/opt/My Apps/100%/$x"});
+  EXPECT_EQ(config.count("autostart"), 1u) << "a temporary name is left";
+  EXPECT_EQ(item.unregister(), "");
+  EXPECT_EQ(item.status(), Status::notRegistered);
+  EXPECT_EQ(item.unregister(), "");
+}
+
+TEST_F(DesktopLoginItemTest, OneThatTheUserSwitchedOffStaysOffUntilAskedFor) {
+  config.write(kEntry, "[Desktop Entry]\nExec=x\nHidden=true\n");
+  EXPECT_EQ(item.registerItem(false), "");
+  EXPECT_EQ(item.status(), Status::requiresApproval);
+  EXPECT_EQ(item.registerItem(true), "");
+  EXPECT_EQ(item.status(), Status::enabled);
+}
+
+TEST_F(DesktopLoginItemTest, AnEntryOfAnotherPlaceIsCorrected) {
+  config.write(kEntry, "[Desktop Entry]\nExec=/old/place\n");
+  EXPECT_EQ(item.registerItem(false), "");
+  EXPECT_EQ(config.read(kEntry).find("/old/place"), std::string::npos);
+}
+
+TEST_F(DesktopLoginItemTest, AFailureHasAReason) {
+  config.write("autostart", "a file where the folder should be");
+  EXPECT_NE(item.registerItem(true), "");
+  EXPECT_EQ(item.status(), Status::notRegistered);
+  EXPECT_NE(item.unregister(), "");
+}
+
+TEST_F(DesktopLoginItemTest, ADryRunChangesNothing) {
+  DesktopLoginItem dry(systemFiles(), config.path(), "/opt/app", true);
+  EXPECT_EQ(dry.registerItem(true), "");
+  EXPECT_EQ(config.count(), 0u);
+  ASSERT_EQ(item.registerItem(true), "");
+  EXPECT_EQ(dry.unregister(), "");
+  EXPECT_EQ(item.status(), Status::enabled);
+}
+
+}  // namespace
+}  // namespace kestrelune

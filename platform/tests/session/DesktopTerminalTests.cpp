@@ -1,0 +1,140 @@
+#include "session/DesktopTerminal.hpp"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "Fakes/TestFolder.hpp"
+#include "Fakes/TestLoop.hpp"
+
+namespace kestrelune {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+const std::string kNasty = "printf '%s|' \"a b\" 'it'\\''s' \\\\ \"$HOME\" '`x`' \"$(printf hi)\" '%@ *'\nprintf end";
+
+/// A terminal in a folder of its own: nothing of this machine is found.
+struct DesktopTerminalTest : testing::Test {
+  DesktopTerminalTest() {
+    std::filesystem::create_directories(folder.path("bin"));
+    for (const char* tool : {"sh", "rm", "cat", "dirname"})
+      std::filesystem::create_symlink(std::string("/bin/") + tool, folder.path("bin") + "/" + tool);
+  }
+  void addTool(const std::string& name, const std::string& script) {
+    folder.write("bin/" + name, "#!/bin/sh\nD='" + folder.path() + "'\n" + script);
+    std::filesystem::permissions(folder.path("bin/" + name), std::filesystem::perms::owner_all);
+  }
+  /// An emulator that drops `options` of its arguments and runs the others.
+  void addEmulator(const std::string& name, int options = 1) {
+    addTool(name, "for a; do printf '%s\\0' \"$a\" >>\"$D/argv\"; done\nprintf . >>\"$D/" + name + ".starts\"\nshift " +
+                      std::to_string(options) + "\nexec \"$@\" >>\"$D/output\" 2>/dev/null </dev/null\n");
+  }
+  DesktopTerminal& terminal(bool hasDisplay = true, bool dryRun = false) {
+    made = std::make_unique<DesktopTerminal>(*launcher, *loop, systemFiles(), environment, hasDisplay, dryRun);
+    return *made;
+  }
+  bool run(const std::string& command, const std::function<bool()>& done) {
+    terminal().run(command, [this](const std::string& reason) { failures.push_back(reason); });
+    return serveUntil(*loop, [&] { return done() || !failures.empty(); });
+  }
+  bool outputHas(const std::string& text) const { return folder.read("output").find(text) != std::string::npos; }
+
+  TestFolder folder;
+  Environment environment = {{"PATH", folder.path("bin")},
+                             {"SHELL", "/bin/sh"},
+                             {"HOME", folder.path()},
+                             {"XDG_RUNTIME_DIR", folder.path()},
+                             {"XDG_ACTIVATION_TOKEN", "ours"}};
+  std::unique_ptr<RunLoop> loop = makePollRunLoop();
+  std::unique_ptr<TaskLauncher> launcher = makeTaskLauncher(*loop);
+  std::unique_ptr<DesktopTerminal> made;
+  Strings failures;
+};
+
+TEST_F(DesktopTerminalTest, ACommandArrivesIntactWhateverItHolds) {
+  addEmulator("xterm");
+  const std::string command =
+      kNasty + "; : '" + std::string(10'000, 'x') + "'; printf \"[$XDG_ACTIVATION_TOKEN]\" # \xc3\xbc";
+  ASSERT_TRUE(run(command, [&] { return outputHas("[]"); }));
+  EXPECT_TRUE(outputHas("a b|it's|\\|" + folder.path() + "|`x`|hi|%@ *|end")) << folder.read("output");
+  EXPECT_NE(folder.read("argv").find('\0' + command + '\0'), std::string::npos);
+  EXPECT_TRUE(failures.empty());
+}
+
+TEST_F(DesktopTerminalTest, EachKindOfEmulatorIsAskedInItsOwnWay) {
+  const Strings program = {"sh", "-c", "it's"};
+  struct Row {
+    const char* terminal;
+    Strings arguments;
+  };
+  for (const Row& row : std::vector<Row>{{"xterm", {"-e", "sh", "-c", "it's"}},
+                                         {"/opt/bin/gnome-terminal --wait", {"--wait", "--", "sh", "-c", "it's"}},
+                                         {"xfce4-terminal", {"-x", "sh", "-c", "it's"}},
+                                         {"kitty -1", {"-1", "sh", "-c", "it's"}},
+                                         {"lxterminal", {"--command='sh' '-c' 'it'\\''s'"}},
+                                         {"something-else", {"-e", "sh", "-c", "it's"}}})
+    EXPECT_EQ(
+        terminal_plan::emulatorArguments(terminal_plan::candidates({{"TERMINAL", row.terminal}}).front(), program),
+        row.arguments)
+        << row.terminal;
+}
+
+TEST_F(DesktopTerminalTest, TheUsersChoiceComesFirst) {
+  addEmulator("gnome-terminal");
+  addEmulator("mine", 2);
+  environment["TERMINAL"] = folder.path("bin/mine") + " --loud";
+  ASSERT_TRUE(run("printf done", [&] { return outputHas("done"); }));
+  EXPECT_FALSE(folder.has("gnome-terminal.starts"));
+}
+
+TEST_F(DesktopTerminalTest, OneThatFailsBeforeTheCommandGivesWayToTheNext) {
+  addTool("x-terminal-emulator", "exit 1\n");
+  addTool("konsole", "kill -9 $$\n");
+  addEmulator("xterm");
+  ASSERT_TRUE(run("printf done", [&] { return outputHas("done"); }));
+  EXPECT_TRUE(failures.empty());
+}
+
+TEST_F(DesktopTerminalTest, ACommandThatBeganIsNeverBegunAgain) {
+  addTool("gnome-terminal", "shift; \"$@\" >>\"$D/output\" 2>&1 </dev/null; exit 1\n");
+  addEmulator("xterm");
+  struct Ends final : TaskLauncher {
+    explicit Ends(TaskLauncher& launcher) : real(launcher) {}
+    Outcome<std::unique_ptr<Task>> launch(const TaskRequest& request, Ended ended) override {
+      return real.launch(request, [this, ended = std::move(ended)](const TaskEnd& end) {
+        ended(end);
+        ++count;
+      });
+    }
+    TaskLauncher& real;
+    int count = 0;
+  } ends(*launcher);
+  DesktopTerminal once(ends, *loop, systemFiles(), environment, true, false);
+  once.run("printf once; exit 3", [this](const std::string& reason) { failures.push_back(reason); });
+  ASSERT_TRUE(serveUntil(*loop, [&] { return ends.count > 0; }));
+  EXPECT_TRUE(outputHas("once"));
+  EXPECT_FALSE(folder.has("xterm.starts"));
+  EXPECT_TRUE(failures.empty());
+}
+
+TEST_F(DesktopTerminalTest, FailuresAreTold) {
+  const auto failure = [&] {
+    failures.clear();
+    EXPECT_TRUE(run("true", [] { return false; }));
+    return failures.size() == 1 ? failures.front() : "";
+  };
+  const std::string none = failure();
+  loop = makePollRunLoop();
+  launcher = makeTaskLauncher(*loop);
+  addTool("xterm", "exit 1\n");
+  const std::string failed = failure();
+  EXPECT_NE(none, "");
+  EXPECT_NE(none, failed);
+  EXPECT_NE(failed.find("xterm"), std::string::npos);
+  for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+    EXPECT_FALSE(entry.path().filename().string().starts_with("kestrelune-")) << "a marker is left";
+}
+
+}  // namespace
+}  // namespace kestrelune
