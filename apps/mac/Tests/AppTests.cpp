@@ -1,1 +1,113 @@
+#include "App.hpp"
 
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <string>
+#include <vector>
+
+#include "Fakes/FakeDefaults.hpp"
+#include "Fakes/FakeLoop.hpp"
+#include "Fakes/FakeSession.hpp"
+#include "Fakes/FakeTasks.hpp"
+#include "Fakes/Languages.hpp"
+#include "Fakes/TestFolder.hpp"
+
+namespace kestrelune {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+/// The program from launch on, over a folder of its own.
+struct Program {
+  explicit Program(Lines arguments, bool dryRun = true)
+      : delegate({.statusURL = folder.url("status.json"),
+                  .heartbeatURL = folder.url("menubar.json"),
+                  .dryRun = dryRun,
+                  .helperRoot = folder.url("root"),
+                  .launchAgentURL = folder.url("root/agent.plist")},
+                 {.loop = loop,
+                  .clock = clock,
+                  .files = systemFiles(),
+                  .tasks = tasks,
+                  .session = session,
+                  .defaults = defaults,
+                  .bundle = Bundle(folder.url("Kestrelune.app")),
+                  .pid = 4711,
+                  .output = [this](const std::string& line) { lines.push_back(line); }},
+                 std::move(arguments)) {
+    delegate.applicationDidFinishLaunching();
+  }
+
+  const testing_support::English english;
+  const TestFolder folder;
+  FakeClock clock;
+  FakeLoop loop{clock};
+  FakeSession session{loop};
+  FakeTaskLauncher tasks{loop};
+  FakeDefaults defaults;
+  Lines lines;
+  AppDelegate delegate;
+};
+
+TEST(App, EachEndingSignalClosesTheMenuAndTerminates) {
+  for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
+    SCOPED_TRACE(number);
+    Program program({});
+    program.session.statusItem().openMenu();
+    EXPECT_TRUE(program.folder.has("menubar.json"));
+    program.loop.raise(number);
+    EXPECT_TRUE(program.loop.stopped());
+    EXPECT_FALSE(program.session.statusItem().open);
+    program.delegate.applicationWillTerminate();
+    EXPECT_FALSE(program.folder.has("menubar.json"));
+  }
+}
+
+TEST(App, QuitAfterTakesANumberOfSeconds) {
+  const struct {
+    Lines arguments;
+    bool dryRun, quits;
+  } rows[] = {
+      {{"--quit-after", "2.5"}, true, true}, {{"--quit-after", "abc"}, true, false},
+      {{"--quit-after", "2x"}, true, false}, {{"--quit-after", ""}, true, false},
+      {{"--quit-after"}, true, false},       {{"--quit-after", "2.5"}, false, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(::testing::PrintToString(row.arguments));
+    Program program(row.arguments, row.dryRun);
+    program.loop.pass(2.4);
+    EXPECT_FALSE(program.loop.stopped());
+    program.loop.pass(0.2);
+    EXPECT_EQ(program.loop.stopped(), row.quits);
+  }
+}
+
+TEST(App, ShowMenuOpensItAndTellsItsPlace) {
+  Program program({"--show-menu"});
+  program.session.windows().frames = {{100, 28, 368, 500}};
+  EXPECT_FALSE(program.session.statusItem().open);
+  program.loop.pass(0.6);
+  EXPECT_TRUE(program.session.statusItem().open);
+  EXPECT_FALSE(program.lines.back().starts_with("MENU_RECT"));
+  program.loop.pass(1.5);
+  EXPECT_EQ(program.lines.back(), "MENU_RECT 94,0,380,540");
+}
+
+TEST(App, ExerciseActionsPrintsOneLineForEach) {
+  Program program({"--exercise-actions"});
+  Lines printed;
+  for (const std::string& line : program.lines)
+    if (line.starts_with("DRY_RUN ")) printed.push_back(line.substr(8));
+  ASSERT_FALSE(printed.empty());
+  EXPECT_TRUE(printed.front().starts_with("open https://")) << printed.front();
+  EXPECT_EQ(printed.back(),
+            "~/.kestrelune/bin/kestrelune profile set|clear 00000000-0000-4000-8000-000000000001 (background)");
+  EXPECT_EQ(printed.size(), 25u);
+  EXPECT_TRUE(program.tasks.children.empty());
+
+  EXPECT_EQ(Program({"--exercise-actions"}, false).lines, Lines{});
+}
+
+}  // namespace
+}  // namespace kestrelune

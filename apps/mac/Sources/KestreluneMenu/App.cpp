@@ -1,1 +1,83 @@
+#include "App.hpp"
 
+#include <algorithm>
+#include <charconv>
+#include <csignal>
+#include <utility>
+
+#include "Runtime.hpp"
+#include "base/System.hpp"
+
+namespace kestrelune {
+namespace {
+
+constexpr double kMenuClickSeconds = 0.5;
+constexpr double kMenuBoundsSeconds = 2.0;
+
+/// The whole text as a number, or nothing.
+template <class Number>
+std::optional<Number> parsed(const std::optional<std::string>& text) {
+  if (!text) return std::nullopt;
+  Number number{};
+  const char* end = text->data() + text->size();
+  const auto [rest, error] = std::from_chars(text->data(), end, number);
+  if (error != std::errc{} || rest != end) return std::nullopt;
+  return number;
+}
+
+}  // namespace
+
+std::optional<Configuration> launchConfiguration(const Environment& environment) {
+  try {
+    return Configuration::resolve(environment);
+  } catch (const RuntimeError&) {
+    system::printErrorLine("KESTRELUNE_DRY_RUN requires distinct, explicit status and heartbeat paths.");
+    return std::nullopt;
+  }
+}
+
+AppDelegate::AppDelegate(Configuration configuration, Outside outside, std::vector<std::string> arguments)
+    : configuration_(std::move(configuration)), outside_(std::move(outside)), arguments_(std::move(arguments)) {}
+
+void AppDelegate::applicationDidFinishLaunching() {
+  controller_ = std::make_unique<MenuController>(configuration_, outside_);
+  hookSignals();
+  controller_->background().start();
+  if (configuration_.dryRun) handleArguments();
+}
+
+void AppDelegate::applicationWillTerminate() {
+  if (controller_) controller_->stop();
+}
+
+void AppDelegate::hookSignals() {
+  for (const int number : {SIGTERM, SIGINT, SIGHUP})
+    signals_.push_back(outside_.loop.onSignal(number, [this] { terminate(); }));
+}
+
+void AppDelegate::terminate() {
+  controller_->item().cancelTracking();
+  outside_.loop.stop();
+}
+
+void AppDelegate::handleArguments() {
+  if (has("--exercise-actions")) controller_->exerciseActions();
+  if (const auto seconds = parsed<double>(valueAfter("--quit-after")))
+    timers_.push_back(outside_.loop.after(*seconds, [this] { terminate(); }));
+  if (has("--show-menu")) {
+    timers_.push_back(outside_.loop.after(kMenuClickSeconds, [this] { controller_->item().openMenu(); }));
+    timers_.push_back(outside_.loop.after(kMenuBoundsSeconds, [this] { controller_->logMenuBounds(); }));
+  }
+}
+
+bool AppDelegate::has(const std::string& name) const {
+  return std::find(arguments_.begin(), arguments_.end(), name) != arguments_.end();
+}
+
+std::optional<std::string> AppDelegate::valueAfter(const std::string& name) const {
+  const auto found = std::find(arguments_.begin(), arguments_.end(), name);
+  if (found == arguments_.end() || found + 1 == arguments_.end()) return std::nullopt;
+  return *(found + 1);
+}
+
+}  // namespace kestrelune

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <functional>
 #include <string>
 
+#include "BackgroundCommand.hpp"
 #include "base/Bundle.hpp"
 #include "base/Clock.hpp"
 #include "base/Defaults.hpp"
@@ -24,6 +23,7 @@ struct Outside {
   Session& session;
   Defaults& defaults;
   Bundle bundle;
+  ExecuteCommand execute;  ///< how short-lived commands are run
   pid_t pid = 0;
   std::function<void(const std::string&)> output;  ///< one line, printed at once
 };

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include "base/Dates.hpp"
 #include "base/Files.hpp"
 #include "base/Url.hpp"

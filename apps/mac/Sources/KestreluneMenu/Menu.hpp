@@ -1,0 +1,97 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "AppConfiguration.hpp"
+#include "Background.hpp"
+#include "MenuPlan.hpp"
+#include "NoticeTracker.hpp"
+#include "Notifications.hpp"
+#include "Outside.hpp"
+#include "ProblemReport.hpp"
+#include "RuntimeActionRunner.hpp"
+#include "RuntimeHeartbeat.hpp"
+#include "Settle.hpp"
+#include "StatusReader.hpp"
+#include "Update.hpp"
+#include "base/Lifetime.hpp"
+#include "base/MenuTree.hpp"
+
+namespace kestrelune {
+
+/// The main loop of the program: owns every subsystem and wires them to each other, looks at the status file every
+/// five seconds, and draws what it finds into icon and menu. Construction does the first refresh and the first
+/// heartbeat. Lives on the main thread, from the end of launch to termination.
+class MenuController {
+ public:
+  static constexpr double kRefreshSeconds = 5;
+  static constexpr double kHeartbeatSeconds = 30;
+  static constexpr const char* kSetupCompletedKey = "kestrelune.setupWindowCompleted";
+
+  MenuController(Configuration configuration, Outside outside);
+  MenuController(const MenuController&) = delete;
+  MenuController& operator=(const MenuController&) = delete;
+
+  /// Reads, judges, announces and draws the icon. A menu that is open stays as it is.
+  void refresh();
+  /// Composes the menu anew from the current snapshot.
+  void buildMenu();
+  /// A failure is told on standard output; the next one tries again.
+  void writeHeartbeat();
+  /// Runs `action` every `seconds` until `stop`.
+  void schedule(double seconds, std::function<void()> action);
+  /// Puts an attention item off (`hide` false), takes it off the list (true), or shows it again (absent).
+  void settle(const std::string& key, std::optional<bool> hide);
+  /// Carries out what a row stands for. A text that is no action does nothing.
+  void performAction(const std::string& identifier);
+  /// Ends the timers and what runs for this program, and removes the heartbeat.
+  void stop();
+
+  /// In a dry run only: performs one action of each kind.
+  void exerciseActions();
+  /// In a dry run only: prints a line for each menu or window of ours on screen.
+  void logMenuBounds();
+
+  const Configuration& configuration() const { return configuration_; }
+  const Snapshot& snapshot() const { return snapshot_; }
+  BackgroundProcess& background() { return background_; }
+  StatusItem& item() { return outside_.session.statusItem(); }
+
+ private:
+  void wire();
+  void chosen(const MenuChoice& choice);
+  void menuWillOpen();
+  void readStatus();
+  void refreshAll();
+  void showLook(Date now);
+  MenuTree compose() const;
+  void offerMenuWhileClosed();
+  void setMenu(MenuTree menu);
+  MenuPlan::Context context() const;
+  /// What is said about a running update of the AI applications.
+  std::optional<std::string> updateLine() const;
+  std::optional<AIProfile> profile(const std::string& executorId) const;
+  bool settingUp() const { return false; }
+  /// A setup, or a check for updates, is under way.
+  bool isBusy() const { return settingUp(); }
+
+  const Configuration configuration_;
+  Outside outside_;
+  ActionRunner actions_;
+  Notifications notifications_;
+  Heartbeat heartbeat_;
+  BackgroundProcess background_;
+  ProblemReporter problems_;
+  AppsUpdater updater_;
+  SettleStore settled_;
+  NoticeTracker tracker_;
+  Snapshot snapshot_;
+  MenuTree menu_;  ///< as last handed to the item
+  std::vector<Timer> timers_;
+  Lifetime lifetime_;
+};
+
+}  // namespace kestrelune

@@ -1,0 +1,135 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "AppConfiguration.hpp"
+#include "Fakes/TestFolder.hpp"
+#include "Runtime.hpp"
+
+namespace kestrelune {
+namespace {
+
+/// A home folder with a helper in it, a test folder beside, and a link from the one into the other.
+struct Account {
+  TestFolder folder;
+  Url home = folder.url("home");
+
+  Account() {
+    folder.write("home/.kestrelune/runner/status.json", "{}");
+    folder.write("tests/status.json", "{}");
+    std::filesystem::create_directory_symlink(folder.path("home/.kestrelune"), folder.path("tests/link"));
+  }
+
+  Environment dryRun(const std::string& status, const std::string& heartbeat, Environment more = {}) const {
+    more["KESTRELUNE_DRY_RUN"] = "1";
+    more["KESTRELUNE_STATUS_FILE"] = folder.path(status);
+    more["KESTRELUNE_MENUBAR_FILE"] = folder.path(heartbeat);
+    return more;
+  }
+};
+
+TEST(Configuration, DryRunNeedsExplicitDistinctPathsOutsideTheUsersFolder) {
+  const Account account;
+  const TestFolder& folder = account.folder;
+  const Environment good = account.dryRun("tests/status.json", "tests/menubar.json");
+  const auto with = [&](const std::string& key, const std::string& value) {
+    Environment environment = good;
+    environment[key] = value;
+    return environment;
+  };
+  Environment withoutStatus = good, withoutHeartbeat = good;
+  withoutStatus.erase("KESTRELUNE_STATUS_FILE");
+  withoutHeartbeat.erase("KESTRELUNE_MENUBAR_FILE");
+
+  const struct {
+    const char* name;
+    Environment environment;
+    bool accepted;
+  } rows[] = {
+      {"separate test paths", good, true},
+      {"no status file", withoutStatus, false},
+      {"no heartbeat file", withoutHeartbeat, false},
+      {"an empty heartbeat file", with("KESTRELUNE_MENUBAR_FILE", ""), false},
+      {"the same file twice", with("KESTRELUNE_MENUBAR_FILE", folder.path("tests/status.json")), false},
+      {"the same file by another way", with("KESTRELUNE_MENUBAR_FILE", folder.path("tests/../tests/./status.json")),
+       false},
+      {"a status file of the user's", with("KESTRELUNE_STATUS_FILE", folder.path("home/.kestrelune/x.json")), false},
+      {"a heartbeat file of the user's", with("KESTRELUNE_MENUBAR_FILE", folder.path("home/.kestrelune/x.json")),
+       false},
+      {"a status file behind a link", with("KESTRELUNE_STATUS_FILE", folder.path("tests/link/new/x.json")), false},
+      {"a sibling with a longer name", with("KESTRELUNE_STATUS_FILE", folder.path("home/.kestrelune-test/x.json")),
+       true},
+      {"a root that is a link", with("KESTRELUNE_HOME", folder.path("tests/link")), false},
+      {"the user's folder as the root", with("KESTRELUNE_HOME", folder.path("home/.kestrelune")), false},
+      {"a root of its own", with("KESTRELUNE_HOME", folder.path("tests/root")), true},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    bool accepted = true;
+    try {
+      Configuration::resolve(row.environment, account.home, false);
+    } catch (const RuntimeError& error) {
+      EXPECT_EQ(error, RuntimeError::unsafeDryRun());
+      accepted = false;
+    }
+    EXPECT_EQ(accepted, row.accepted);
+  }
+  EXPECT_EQ(folder.count("tests"), 2u) << "resolving creates nothing";
+}
+
+TEST(Configuration, OnlyTheExactValueTurnsTheDryRunOn) {
+  const Account account;
+  for (const char* value : {"true", "0", "", "11", "1 "}) {
+    Environment environment = account.dryRun("tests/status.json", "tests/menubar.json");
+    environment["KESTRELUNE_DRY_RUN"] = value;
+    EXPECT_FALSE(Configuration::resolve(environment, account.home, false).dryRun) << value;
+  }
+}
+
+TEST(Configuration, RootAndServiceFollowFromTheKindOfProcess) {
+  const Account account;
+  const TestFolder& folder = account.folder;
+  const Environment home{{"KESTRELUNE_HOME", folder.path("tests/a/../root/")}};
+  const std::string service = "/Library/LaunchAgents/com.kestrelune.helper.plist";
+
+  const struct {
+    const char* name;
+    Environment environment;
+    bool runsTests;
+    std::string root, launchAgent;
+  } rows[] = {
+      {"an ordinary start ignores KESTRELUNE_HOME", home, false, "home/.kestrelune", "home" + service},
+      {"a test process honours it", home, true, "tests/root", "home" + service},
+      {"a test process without it", {}, true, "home/.kestrelune", "home" + service},
+      {"a dry run without it", account.dryRun("tests/status.json", "tests/m.json"), false, "tests/helper-home",
+       "tests/helper-home/LaunchAgents/com.kestrelune.helper.plist"},
+      {"a dry run with it", account.dryRun("tests/status.json", "tests/m.json", home), false, "tests/root",
+       "tests/root/LaunchAgents/com.kestrelune.helper.plist"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    const Configuration configuration = Configuration::resolve(row.environment, account.home, row.runsTests);
+    EXPECT_EQ(configuration.helperRoot.path(), folder.path(row.root));
+    EXPECT_EQ(configuration.launchAgentURL.path(), folder.path(row.launchAgent));
+  }
+}
+
+TEST(Configuration, AnOrdinaryStartUsesTheUsersFilesUnlessToldOtherwise) {
+  const Account account;
+  const Configuration usual = Configuration::resolve({}, account.home, false);
+  EXPECT_EQ(usual.statusURL.path(), account.folder.path("home/.kestrelune/runner/status.json"));
+  EXPECT_EQ(usual.heartbeatURL.path(), account.folder.path("home/.kestrelune/runner/menubar.json"));
+
+  const Environment same{{"KESTRELUNE_STATUS_FILE", "/tmp/x/one.json"},
+                         {"KESTRELUNE_MENUBAR_FILE", "/tmp/x/./one.json"}};
+  EXPECT_THROW(Configuration::resolve(same, account.home, false), RuntimeError);
+}
+
+TEST(RuntimeError, SaysWhatTheUserReads) {
+  EXPECT_EQ(RuntimeError::posix(2).description(), "No such file or directory");
+  EXPECT_EQ(RuntimeError::script("as it stands").description(), "as it stands");
+  EXPECT_EQ(RuntimeError::unsafeDryRun().description(), "Dry-run requires separate test paths outside ~/.kestrelune.");
+}
+
+}  // namespace
+}  // namespace kestrelune

@@ -1,0 +1,206 @@
+#include "Menu.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "Fakes/FakeDefaults.hpp"
+#include "Fakes/FakeLoop.hpp"
+#include "Fakes/FakeSession.hpp"
+#include "Fakes/FakeTasks.hpp"
+#include "Fakes/Languages.hpp"
+#include "Fakes/TestFolder.hpp"
+
+namespace kestrelune {
+namespace {
+
+class MenuTest : public ::testing::Test {
+ protected:
+  MenuController& make(bool dryRun = true) {
+    Configuration configuration;
+    configuration.statusURL = folder.url("runner/status.json");
+    configuration.heartbeatURL = folder.url("runner/menubar.json");
+    configuration.helperRoot = folder.url("root");
+    configuration.launchAgentURL = folder.url("root/agent.plist");
+    configuration.dryRun = dryRun;
+    controller_ = std::make_unique<MenuController>(
+        configuration, Outside{.loop = loop,
+                               .clock = clock,
+                               .files = systemFiles(),
+                               .tasks = tasks,
+                               .session = session,
+                               .defaults = defaults,
+                               .bundle = Bundle(Url::file("/app")),
+                               .pid = 4711,
+                               .output = [this](const std::string& line) { lines.push_back(line); }});
+    return *controller_;
+  }
+
+  /// A live status of this moment, whose helper is this test.
+  void writeStatus(const std::string& members) {
+    folder.write("runner/status.json", R"({"schemaVersion":1,"state":"running","pid":)" + std::to_string(::getpid()) +
+                                           R"(,"updatedAt":")" + formatIso8601(clock.now()) + "\"" + members + "}");
+  }
+  long stateLines() const {
+    return std::count_if(lines.begin(), lines.end(), [](const auto& line) { return line.starts_with("STATE "); });
+  }
+  FakeStatusItem& item() { return session.statusItem(); }
+
+  const testing_support::English english;
+  const TestFolder folder;
+  FakeClock clock;
+  FakeLoop loop{clock};
+  FakeSession session{loop};
+  FakeTaskLauncher tasks{loop};
+  FakeDefaults defaults;
+  std::vector<std::string> lines;
+  std::unique_ptr<MenuController> controller_;
+};
+
+constexpr const char* kAttention =
+    R"(,"attention":[{"task_id":"aa-1","title":"Pick a date","line":"Monday or Friday?"}])";
+
+TEST_F(MenuTest, ConstructionShowsWritesAndStartsTheTimers) {
+  make();
+  EXPECT_EQ(lines, std::vector<std::string>{"STATE red Kestrelune is not running"});
+  EXPECT_EQ(item().look.toolTip, "Kestrelune — Kestrelune is not running");
+  EXPECT_EQ(item().look.dot, (Color{208, 52, 44}));
+  ASSERT_GE(item().menu.size(), 3u);
+  EXPECT_EQ(item().menu[0].form, MenuRow::Form::header);
+  EXPECT_EQ(item().menu[1].form, MenuRow::Form::separator);
+  EXPECT_TRUE(folder.has("runner/menubar.json"));
+  EXPECT_EQ(loop.timerCount(), 2u);
+}
+
+TEST_F(MenuTest, TheIconFollowsTheFileAndTheClosedMenuDoesNot) {
+  make();
+  const MenuTree before = item().menu;
+  writeStatus(kAttention);
+  loop.pass(4.9);
+  EXPECT_EQ(stateLines(), 1);
+  loop.pass(0.2);
+  EXPECT_EQ(lines.back(), "STATE yellow Something needs you");
+  EXPECT_EQ(item().look.pill, "Pick a date");
+  EXPECT_EQ(item().look.tone, StatusItemLook::PillTone::needsYou);
+  EXPECT_EQ(item().look.accessibilityLabel, "Kestrelune — Pick a date");
+  EXPECT_EQ(item().look.dot, (Color{217, 130, 43}));
+  EXPECT_EQ(item().menu, before);
+  item().openMenu();
+  EXPECT_NE(item().row("Pick a date"), nullptr);
+}
+
+TEST_F(MenuTest, AnOpenMenuStaysAsItOpened) {
+  for (const bool wantsMenu : {false, true}) {
+    item().wantsMenu = wantsMenu;
+    writeStatus("");
+    make();
+    item().openMenu();
+    const int before = item().menus;
+    writeStatus(kAttention);
+    loop.pass(5.1);
+    EXPECT_EQ(item().menus, before);
+    item().open = false;
+  }
+}
+
+TEST_F(MenuTest, AHostWithACopyOfItsOwnGetsEachChangeOnce) {
+  item().wantsMenu = true;
+  writeStatus("");
+  make();
+  const int before = item().menus;
+  loop.pass(5.1);
+  EXPECT_EQ(item().menus, before) << "nothing changed";
+  writeStatus(kAttention);
+  loop.pass(15);
+  EXPECT_EQ(item().menus, before + 1);
+  EXPECT_NE(item().row("Pick a date"), nullptr);
+}
+
+TEST_F(MenuTest, LaterAndDoneCloseTheMenuAndThenTakeTheRowAway) {
+  const struct {
+    MenuChoice::Part part;
+    const char* line;
+    double back;
+  } rows[] = {{MenuChoice::Part::later, "DRY_RUN settle later", 3 * 3600},
+              {MenuChoice::Part::done, "DRY_RUN settle done", 30 * 86400}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.line);
+    defaults.bytes.clear();
+    writeStatus(kAttention);
+    MenuController& controller = make();
+    item().openMenu();
+    const int cancels = item().cancels;
+    ASSERT_TRUE(item().press("Pick a date", row.part));
+    EXPECT_EQ(item().cancels, cancels + 1);
+    EXPECT_NE(item().row("Pick a date"), nullptr) << "acted upon only after the menu has gone";
+    loop.turn();
+    EXPECT_EQ(item().row("Pick a date"), nullptr);
+    EXPECT_EQ(item().look.pill, "");
+    EXPECT_NE(std::find(lines.begin(), lines.end(), row.line), lines.end());
+
+    clock.pass(row.back - 1);
+    writeStatus(kAttention);
+    controller.refresh();
+    EXPECT_EQ(item().look.pill, "");
+    clock.pass(1);
+    controller.refresh();
+    EXPECT_EQ(item().look.pill, "Pick a date");
+  }
+}
+
+TEST_F(MenuTest, ChoicesGoThroughTheGrammarOfActions) {
+  make();
+  const std::size_t before = lines.size();
+  for (const char* refused : {"", "nonsense", "update:t3code", "off:app:"}) item().send({.represented = refused});
+  loop.turn();
+  EXPECT_EQ(lines.size(), before);
+  item().send({.represented = "signIn:claude"});
+  EXPECT_EQ(lines.size(), before);
+  loop.turn();
+  EXPECT_EQ(lines.back(), "DRY_RUN Terminal: claude auth login");
+  item().send({.represented = "quit"});
+  loop.turn();
+  EXPECT_TRUE(loop.stopped());
+}
+
+TEST_F(MenuTest, AHeartbeatThatFailsIsALineAndTriedAgain) {
+  folder.write("runner", "a file where the folder should be");
+  make();
+  const auto isError = [](const std::string& line) { return line.starts_with("Heartbeat error: "); };
+  EXPECT_EQ(std::count_if(lines.begin(), lines.end(), isError), 1);
+  std::filesystem::remove(folder.path("runner"));
+  loop.pass(30.1);
+  EXPECT_EQ(std::count_if(lines.begin(), lines.end(), isError), 1);
+  EXPECT_TRUE(folder.has("runner/menubar.json"));
+}
+
+TEST_F(MenuTest, StopEndsTimersAndRemovesTheHeartbeat) {
+  MenuController& controller = make();
+  controller.stop();
+  EXPECT_EQ(loop.timerCount(), 0u);
+  EXPECT_FALSE(folder.has("runner/menubar.json"));
+}
+
+TEST_F(MenuTest, OutsideADryRunItIsSilent) {
+  MenuController& controller = make(false);
+  session.windows().frames = {{.width = 400, .height = 300}};
+  controller.exerciseActions();
+  controller.logMenuBounds();
+  loop.pass(60);
+  EXPECT_TRUE(lines.empty());
+  EXPECT_TRUE(tasks.children.empty() && session.workspace().links.empty());
+}
+
+TEST_F(MenuTest, BoundsAreToldOfWhatIsBigEnough) {
+  MenuController& controller = make();
+  lines.clear();
+  session.windows().frames = {{10, 20, 368, 400}, {10, 40, 201, 101}, {0, 0, 200, 400}, {0, 0, 400, 100}};
+  controller.logMenuBounds();
+  loop.turn();
+  EXPECT_EQ(lines, (std::vector<std::string>{"MENU_RECT 4,0,380,440", "MENU_RECT 4,12,213,141"}));
+}
+
+}  // namespace
+}  // namespace kestrelune

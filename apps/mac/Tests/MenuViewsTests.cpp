@@ -1,0 +1,134 @@
+#include "MenuViews.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "Fakes/Languages.hpp"
+#include "MenuBranding.hpp"
+#include "RuntimeAction.hpp"
+
+namespace kestrelune {
+namespace {
+
+using Form = MenuRow::Form;
+using Kind = MenuEntry::Kind;
+
+TEST(MenuViews, FormFollowsFromWhatALineHas) {
+  const testing_support::English english;
+  const MenuEntry child{.title = "Only Codex", .action = Action::workers("codex")};
+  const struct {
+    const char* name;
+    MenuEntry entry;
+    Form form;
+    bool enabled;
+    const char* represented;
+  } rows[] = {
+      {"separator", {.kind = Kind::separator}, Form::separator, false, ""},
+      {"section", {.kind = Kind::section, .title = "Your AIs"}, Form::section, false, ""},
+      {"state without a choice", {.title = "Cursor", .detail = "off"}, Form::pair, false, ""},
+      {"the same with a subtitle", {.title = "Cursor", .subtitle = "why", .detail = "off"}, Form::normal, false, ""},
+      {"the same with an empty subtitle",
+       {.title = "Cursor", .subtitle = "", .detail = "off"},
+       Form::normal,
+       false,
+       ""},
+      {"state with a choice",
+       {.title = "Cursor", .detail = "off", .action = Action::account("app:cursor")},
+       Form::normal,
+       true,
+       "account:app:cursor"},
+      {"only a title", {.title = "Nothing"}, Form::normal, false, ""},
+      {"attention",
+       {.title = "T1", .action = Action::window("tasks"), .settleKey = "k"},
+       Form::attention,
+       true,
+       "window:tasks"},
+      {"attention without a choice", {.title = "T1", .settleKey = "k"}, Form::attention, true, ""},
+      {"a submenu goes before all else",
+       {.title = "Workers", .detail = "x", .action = Action::quit(), .children = {{child}}, .settleKey = "k"},
+       Form::normal,
+       true,
+       ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    const MenuRow drawn = MenuViews::row(row.entry, false);
+    EXPECT_EQ(drawn.form, row.form);
+    EXPECT_EQ(drawn.enabled, row.enabled);
+    EXPECT_EQ(drawn.represented, row.represented);
+    EXPECT_EQ(drawn.children.size(), row.entry.children ? 1u : 0u);
+  }
+}
+
+TEST(MenuViews, WhatWouldCollideWithASetupCannotBeChosen) {
+  const MenuEntry menu[] = {
+      {.title = "restart", .action = Action::restart()},
+      {.title = "setup", .action = Action::setup()},
+      {.title = "quit", .action = Action::quit()},
+  };
+  for (const bool busy : {false, true})
+    for (const MenuEntry& entry : menu)
+      EXPECT_EQ(MenuViews::row(entry, busy).enabled, !busy || entry.title == "quit") << entry.title;
+  const MenuEntry nested{.title = "More", .children = {{menu[0]}}};
+  EXPECT_FALSE(MenuViews::row(nested, true).children[0].enabled);
+}
+
+TEST(MenuViews, ALongSubtitleIsCut) {
+  const std::string fits(70, 'x'), tooLong(71, 'x');
+  for (const bool attention : {false, true}) {
+    MenuEntry entry{.title = "T1", .subtitle = fits};
+    if (attention) entry.settleKey = "k";
+    EXPECT_EQ(MenuViews::row(entry, false).subtitle, fits);
+    entry.subtitle = tooLong;
+    EXPECT_EQ(MenuViews::row(entry, false).subtitle, std::string(69, 'x') + "…");
+  }
+}
+
+TEST(MenuViews, AnAttentionRowSaysAllItHolds) {
+  const testing_support::German german;
+  const std::string longLine(90, 'x');
+  const struct {
+    std::optional<std::string> subtitle, detail;
+    std::string toolTip, openTitle;
+  } rows[] = {
+      {std::nullopt, std::nullopt, "", "Öffnen"},
+      {"", "", "", "Öffnen"},
+      {"Which one?", std::nullopt, "Which one?", "Öffnen"},
+      {std::nullopt, "Antworten in Claude", "Antworten in Claude", "Antworten in Claude"},
+      {longLine, "Antworten in Claude", longLine + " — Antworten in Claude", "Antworten in Claude"},
+  };
+  for (const auto& row : rows) {
+    const MenuRow drawn =
+        MenuViews::row({.title = "T1", .subtitle = row.subtitle, .detail = row.detail, .settleKey = "key"}, false);
+    EXPECT_EQ(drawn.toolTip, row.toolTip);
+    EXPECT_EQ(drawn.openTitle, row.openTitle);
+    EXPECT_EQ(drawn.settleKey, "key");
+    EXPECT_EQ(drawn.laterTitle + "|" + drawn.doneTitle, "Später|Erledigt");
+    EXPECT_FALSE(drawn.laterHelp.empty() || drawn.doneHelp.empty());
+  }
+}
+
+TEST(MenuViews, TheHeaderTellsOfASetupWhateverTheStatusSays) {
+  const testing_support::English english;
+  Snapshot snapshot;
+  snapshot.signal = Signal::red;
+  snapshot.issue = StatusIssue::missing;
+  EXPECT_EQ(MenuViews::header(snapshot, false).title, "Kestrelune is not running");
+  EXPECT_EQ(MenuViews::header(snapshot, false).subtitle, "No status file found.");
+  EXPECT_EQ(MenuViews::header(snapshot, true).title, "Setting up Kestrelune");
+  EXPECT_EQ(MenuViews::header(snapshot, true).subtitle, "Confirm “Connect this Mac?” in your browser.");
+  snapshot.signal = Signal::green;
+  snapshot.issue.reset();
+  EXPECT_EQ(MenuViews::header(snapshot, false).subtitle, "");
+}
+
+TEST(Branding, TheDotIsAmberDuringASetup) {
+  EXPECT_EQ(Branding::dot(Signal::green, false), (Color{46, 125, 91}));
+  EXPECT_EQ(Branding::dot(Signal::running, false), (Color{201, 52, 0}));
+  for (const Signal signal : {Signal::green, Signal::yellow, Signal::red, Signal::running})
+    EXPECT_EQ(Branding::dot(signal, true), (Color{217, 130, 43}));
+}
+
+}  // namespace
+}  // namespace kestrelune

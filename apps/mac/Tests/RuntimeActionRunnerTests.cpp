@@ -1,0 +1,315 @@
+#include "RuntimeActionRunner.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "Fakes/FakeLoop.hpp"
+#include "Fakes/FakeSession.hpp"
+#include "Fakes/FakeTasks.hpp"
+#include "RuntimeActionText.hpp"
+#include "base/System.hpp"
+
+namespace kestrelune {
+namespace {
+
+constexpr const char* kProfile = "00000000-0000-4000-8000-000000000001";
+
+class ActionRunnerTest : public ::testing::Test {
+ protected:
+  ActionRunner& make(bool dryRun = false) {
+    runner_ = std::make_unique<ActionRunner>(
+        dryRun, ActionRunner::Reach{.session = session,
+                                    .tasks = tasks,
+                                    .bundle = Bundle(Url::file("/app")),
+                                    .helperCommand = Url::file("/root/bin/kestrelune"),
+                                    .terminate = [this] { terminated = true; },
+                                    .output = [this](const std::string& line) { lines.push_back(line); }});
+    return *runner_;
+  }
+  std::string lastError() { return session.alert().asked.empty() ? "" : session.alert().asked.back().text; }
+
+  FakeClock clock;
+  FakeLoop loop{clock};
+  FakeSession session{loop};
+  FakeTaskLauncher tasks{loop};
+  std::vector<std::string> lines;
+  bool terminated = false;
+  std::unique_ptr<ActionRunner> runner_;
+};
+
+std::string failure(const std::string& reason) { return "The action could not be completed: " + reason; }
+
+TEST_F(ActionRunnerTest, ADryRunPrintsWhatWouldHappenAndTouchesNothing) {
+  ActionRunner& runner = make(true);
+  const std::string tool = "~/.kestrelune/bin/kestrelune ";
+  const std::string service = "gui/" + std::to_string(system::userId()) + "/com.kestrelune.helper";
+  const struct {
+    Action action;
+    std::string text;
+  } rows[] = {
+      {Action::signIn("codex"), "open -b com.openai.codex"},
+      {Action::signIn("antigravity"), "open -a Antigravity"},
+      {Action::signIn("nobody"), "unsupported sign-in host"},
+      {Action::reconnect("google"), "open antigravity://"},
+      {Action::reconnect("nobody"), "unsupported connector"},
+      {Action::openLink("codex://threads/1"), "open codex://threads/1"},
+      {Action::openLink("http://elsewhere"), "unsupported link"},
+      {Action::updateApp("cursor"), "Terminal: " + tool + "update-app cursor"},
+      {Action::updateApp("t3code"), "unsupported update"},
+      {Action::window("tasks"), "window tasks"},
+      {Action::account(), "open " + Action::accountURL().text()},
+      {Action::switchOff("app:codex"), tool + "switch off app codex (requires confirmation)"},
+      {Action::readOnly("connection:claude"), tool + "switch read connection claude (requires confirmation)"},
+      {Action::readOnly("app:codex"), "unsupported switch"},
+      {Action::shareTool("skills", true), tool + "share-tools set skills on (background)"},
+      {Action::shareTool("other", true), "unsupported tool"},
+      {Action::workers("auto"), tool + "workers auto (background)"},
+      {Action::workers("antigravity"), "unsupported worker setting"},
+      {Action::smallModel(false), tool + "small-model off (background)"},
+      {Action::editProfile(kProfile), tool + "profile set|clear " + kProfile + " (background)"},
+      {Action::editProfile("x"), "unsupported profile"},
+      {Action::restart(), "launchctl kickstart -k " + service},
+      {Action::setup(), "Terminal: " + ActionText::installCommand() + " (requires confirmation)"},
+      {Action::loginItem(), "SMAppService.mainApp toggle registration"},
+      {Action::quit(), "quit KestreluneMenu"},
+      {Action::updateAll(), tool + "update-all (background)"},
+      {Action::reportProblem(), tool + "report-problem (asks first)"},
+      {Action::shareToolsSeen(), tool + "share-tools seen (background)"},
+  };
+  for (const auto& row : rows) {
+    lines.clear();
+    runner.perform(row.action);
+    loop.turn();
+    EXPECT_EQ(lines, std::vector<std::string>{"DRY_RUN " + row.text});
+  }
+  EXPECT_TRUE(tasks.children.empty() && session.alert().asked.empty() && session.workspace().links.empty());
+  EXPECT_TRUE(session.terminal().commands.empty() && session.loginItem().calls.empty() && !terminated);
+}
+
+TEST_F(ActionRunnerTest, FlowsTakeOverTheirActions) {
+  const struct {
+    const char* name;
+    Action action;
+    const char* flow;      ///< the flow that is called outside a dry run
+    bool calledInADryRun;  ///< and then no line is printed
+  } rows[] = {
+      {"window", Action::window("ais"), "window ais", true},  {"setup", Action::setup(), "setup", true},
+      {"update all", Action::updateAll(), "updateAll", true}, {"restart", Action::restart(), "restart", false},
+      {"problem", Action::reportProblem(), "problem", false},
+  };
+  for (const bool dryRun : {false, true})
+    for (const auto& row : rows) {
+      SCOPED_TRACE(std::string(row.name) + (dryRun ? ", dry run" : ""));
+      lines.clear();
+      std::string flow;
+      ActionRunner& runner = make(dryRun);
+      runner.windowAction = [&](const std::string& place) { flow = "window " + place; };
+      runner.setupAction = [&] { flow = "setup"; };
+      runner.updateAllAction = [&] { flow = "updateAll"; };
+      runner.problemAction = [&] { flow = "problem"; };
+      runner.restartAction = [&] {
+        flow = "restart";
+        return true;
+      };
+      runner.perform(row.action);
+      const bool called = !dryRun || row.calledInADryRun;
+      EXPECT_EQ(flow, called ? row.flow : "");
+      EXPECT_EQ(lines.size(), called ? 0u : 1u);
+    }
+  EXPECT_TRUE(tasks.children.empty());
+}
+
+TEST_F(ActionRunnerTest, HelperCommandsGoWithoutAShell) {
+  const struct {
+    Action action;
+    const char* command;
+  } rows[] = {
+      {Action::shareTool("computer_use", false), "/root/bin/kestrelune share-tools set computer_use off"},
+      {Action::workers("t3code"), "/root/bin/kestrelune workers t3code"},
+      {Action::smallModel(true), "/root/bin/kestrelune small-model on"},
+      {Action::autoDelegate(false), "/root/bin/kestrelune auto-delegate off"},
+  };
+  ActionRunner& runner = make();
+  for (const auto& row : rows) {
+    runner.perform(row.action);
+    EXPECT_EQ(tasks.commandLine(tasks.children.size() - 1), row.command);
+    EXPECT_EQ(tasks.children.back()->request.output, TaskRequest::Stream::null);
+  }
+  for (const Action& refused : {Action::shareTool("other", true), Action::workers("antigravity"),
+                                Action::readOnly("app:codex"), Action::editProfile("x"), Action::signIn("nobody")})
+    runner.perform(refused);
+  EXPECT_EQ(tasks.children.size(), std::size(rows));
+  EXPECT_TRUE(session.alert().asked.empty());
+}
+
+TEST_F(ActionRunnerTest, ACommandsEndIsToldAndRefreshes) {
+  const std::string silent = "Setup could not be completed. Please try again.";
+  const struct {
+    const char* name;
+    TaskEnd end;
+    std::string shown;
+  } rows[] = {
+      {"well", {.status = 0, .errors = "a warning"}, ""},
+      {"with a reason", {.status = 1, .errors = " no such tool \n"}, failure("no such tool")},
+      {"silently", {.status = 2, .errors = " \n"}, failure(silent)},
+      {"by a signal", {.reason = TaskEnd::Reason::signalled, .status = 9}, failure(silent)},
+      {"at length", {.status = 1, .errors = std::string(1000, 'x')}, failure(std::string(300, 'x'))},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    session.alert().asked.clear();
+    int refreshes = 0;
+    ActionRunner& runner = make();
+    runner.afterSwitch = [&] { ++refreshes; };
+    runner.perform(Action::smallModel(true));
+    tasks.end(tasks.children.size() - 1, row.end);
+    loop.turn();
+    EXPECT_EQ(lastError(), row.shown);
+    EXPECT_EQ(refreshes, 1);
+  }
+}
+
+TEST_F(ActionRunnerTest, ACommandThatOutlivesTheRunnerIsForgotten) {
+  make().perform(Action::smallModel(true));
+  runner_.reset();
+  tasks.end(0, {.status = 1});
+  loop.turn();
+  EXPECT_TRUE(session.alert().asked.empty());
+}
+
+TEST_F(ActionRunnerTest, ACommandThatCannotStartIsAnError) {
+  tasks.launchError = ENOENT;
+  make().perform(Action::workers("auto"));
+  EXPECT_EQ(lastError(), failure("No such file or directory"));
+}
+
+TEST_F(ActionRunnerTest, RightsAreLoweredOnlyAfterAYes) {
+  const struct {
+    Action action;
+    const char *title, *button, *command;
+  } rows[] = {
+      {Action::switchOff("connection:google"), "Turn off Antigravity?", "Turn off", "switch off connection google"},
+      {Action::switchOff("app:claude"), "Turn off Claude Code?", "Turn off", "switch off app claude"},
+      {Action::readOnly("connection:grok"), "Set Grok Bot to Read only?", "Read only", "switch read connection grok"},
+  };
+  ActionRunner& runner = make();
+  for (const auto& row : rows)
+    for (const std::optional<int> button : {std::optional<int>(0), std::optional<int>(1), std::optional<int>()}) {
+      const std::size_t before = tasks.children.size();
+      runner.perform(row.action);
+      EXPECT_EQ(session.alert().asked.back().title, row.title);
+      EXPECT_EQ(session.alert().asked.back().buttons, (std::vector<std::string>{row.button, "Cancel"}));
+      EXPECT_EQ(tasks.children.size(), before) << "nothing is done unasked";
+      session.alert().answer({.button = button});
+      loop.turn();
+      ASSERT_EQ(tasks.children.size(), before + (button == 0 ? 1 : 0));
+      if (button == 0) {
+        EXPECT_EQ(tasks.commandLine(before), "/root/bin/kestrelune " + std::string(row.command));
+      }
+    }
+}
+
+TEST_F(ActionRunnerTest, AProfileIsSavedInOneLineOfAtMost400Characters) {
+  const std::string set = std::string("/root/bin/kestrelune profile set ") + kProfile + " ";
+  const std::string clear = std::string("/root/bin/kestrelune profile clear ") + kProfile;
+  const struct {
+    const char* name;
+    std::optional<int> button;
+    std::string typed;
+    std::string command;
+  } rows[] = {
+      {"saved", 0, "business\n and\tinvoices ", set + "business and invoices"},
+      {"too long", 0, std::string(500, 'x'), set + std::string(400, 'x')},
+      {"emptied", 0, " \n ", clear},
+      {"to be written anew", 1, "ignored", clear},
+      {"cancelled", 2, "ignored", ""},
+      {"closed", std::nullopt, "ignored", ""},
+  };
+  ActionRunner& runner = make();
+  AIProfile profile;
+  profile.name = "Codex";
+  profile.profile = "the website";
+  runner.profileLookup = [&](const std::string&) { return profile; };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    tasks.children.clear();
+    session.alert().answers.push_back({row.button, row.typed});
+    runner.perform(Action::editProfile(kProfile));
+    loop.turn();
+    EXPECT_EQ(session.alert().asked.back().title, "Profile of Codex");
+    EXPECT_EQ(session.alert().asked.back().field->text, "the website");
+    EXPECT_EQ(tasks.children.empty() ? "" : tasks.commandLine(0), row.command);
+  }
+}
+
+TEST_F(ActionRunnerTest, WhatCannotBeOpenedIsNamed) {
+  session.workspace().opens = session.workspace().hasApplications = false;
+  ActionRunner& runner = make();
+  std::string place;
+  runner.windowAction = [&](const std::string& shown) { place = shown; };
+  runner.perform(Action::reconnect("google"));
+  loop.turn();
+  EXPECT_EQ(lastError(), failure("antigravity://"));
+  runner.perform(Action::signIn("codex"));
+  loop.turn();
+  EXPECT_EQ(lastError(), failure("com.openai.codex"));
+  const std::size_t told = session.alert().asked.size();
+  runner.perform(Action::openLink("codex://threads/1"));
+  loop.turn();
+  EXPECT_EQ(place, "tasks") << "a link that fails leads to the task list";
+  EXPECT_EQ(session.alert().asked.size(), told);
+}
+
+TEST_F(ActionRunnerTest, TheTerminalGetsItsCommandIntact) {
+  ActionRunner& runner = make();
+  runner.perform(Action::signIn("claude"));
+  runner.perform(Action::updateApp("codex"));
+  session.alert().answers.push_back({.button = 0});
+  runner.perform(Action::setup());
+  loop.turn();
+  EXPECT_EQ(session.terminal().commands,
+            (std::vector<std::string>{"claude auth login", "~/.kestrelune/bin/kestrelune update-app codex",
+                                      ActionText::installCommand()}));
+  session.terminal().failure = "no terminal";
+  runner.perform(Action::signIn("cursor"));
+  loop.turn();
+  EXPECT_EQ(lastError(), failure("no terminal"));
+}
+
+TEST_F(ActionRunnerTest, RestartFallsBackToTheService) {
+  ActionRunner& runner = make();
+  runner.restartAction = [] { return false; };
+  runner.perform(Action::restart());
+  ASSERT_EQ(tasks.children.size(), 1u);
+  EXPECT_EQ(tasks.commandLine(0), "/app/Contents/Helpers/launchctl kickstart -k gui/" +
+                                      std::to_string(system::userId()) + "/com.kestrelune.helper");
+  tasks.end(0, {.status = 3});
+  loop.turn();
+  EXPECT_EQ(lastError(), failure("No such process"));
+}
+
+TEST_F(ActionRunnerTest, OpeningAtLoginIsToggled) {
+  using Status = LoginItem::Status;
+  const struct {
+    Status before;
+    std::string failure, call, shown;
+  } rows[] = {
+      {Status::notRegistered, "", "register, asked", ""},
+      {Status::enabled, "", "unregister", ""},
+      {Status::requiresApproval, "", "unregister", ""},
+      {Status::enabled, "read-only", "unregister", failure("read-only")},
+  };
+  for (const auto& row : rows) {
+    session.alert().asked.clear();
+    session.loginItem().state = row.before;
+    session.loginItem().failure = row.failure;
+    make().perform(Action::loginItem());
+    EXPECT_EQ(session.loginItem().calls.back(), row.call);
+    EXPECT_EQ(lastError(), row.shown);
+  }
+}
+
+}  // namespace
+}  // namespace kestrelune

@@ -1,0 +1,63 @@
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "Fakes/FakeDefaults.hpp"
+#include "Fakes/FakeLoop.hpp"
+#include "Fakes/FakeSession.hpp"
+#include "Fakes/FakeTasks.hpp"
+#include "Fakes/TestFolder.hpp"
+#include "Menu.hpp"
+
+namespace kestrelune {
+namespace {
+
+/// A live status of this moment with as many running and finished tasks; about 4 KB with 10 of each.
+std::string status(Date now, long tasks) {
+  const std::string moment = formatIso8601(now);
+  std::string running, done;
+  for (long i = 0; i < tasks; ++i) {
+    const std::string comma = i == 0 ? "" : ",";
+    const std::string task = R"({"task_id":"0000-)" + std::to_string(i) + R"(","label":"#)" + std::to_string(i) +
+                             R"(","title":"Sum up the invoices of the month","open":"codex://threads/1")";
+    running += comma + task + R"(,"ballAt":"Codex","since":")" + moment + "\"}";
+    done += comma + task + R"(,"line":"Done","endedAt":")" + moment + "\"}";
+  }
+  return R"({"schemaVersion":1,"state":"running","serverReachable":true,"pid":)" + std::to_string(::getpid()) +
+         R"(,"updatedAt":")" + moment + R"(","running":[)" + running + R"(],"done":[)" + done +
+         R"(],"apps":[{"host":"codex","state":"ready"},{"host":"claude","state":"ready"}],)" +
+         R"("connections":[{"family":"claude","state":"connected"}]})";
+}
+
+/// One refresh over an unchanged file, with and without a host that keeps a copy of the menu.
+void refreshUnchanged(benchmark::State& state) {
+  FakeClock clock;
+  FakeLoop loop(clock);
+  FakeSession session(loop);
+  FakeTaskLauncher tasks(loop);
+  FakeDefaults defaults;
+  const TestFolder folder;
+  folder.write("status.json", status(clock.now(), state.range(0)));
+  session.statusItem().wantsMenu = state.range(1) != 0;
+  MenuController controller({.statusURL = folder.url("status.json"),
+                             .heartbeatURL = folder.url("menubar.json"),
+                             .helperRoot = folder.url("root")},
+                            {.loop = loop,
+                             .clock = clock,
+                             .files = systemFiles(),
+                             .tasks = tasks,
+                             .session = session,
+                             .defaults = defaults,
+                             .bundle = Bundle(folder.url("Kestrelune.app")),
+                             .pid = ::getpid(),
+                             .output = [](const std::string&) {}});
+  for (auto _ : state) controller.refresh();
+}
+BENCHMARK(refreshUnchanged)
+    ->ArgNames({"tasks", "copy"})
+    ->ArgsProduct({{10, 100, 1000, 10000}, {0, 1}})
+    ->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+}  // namespace kestrelune
