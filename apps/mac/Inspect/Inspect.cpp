@@ -32,21 +32,30 @@ SettleMarks marksOption(const Arguments& arguments) {
 
 }  // namespace
 
-Arguments::Arguments(const std::vector<std::string>& given, const std::vector<std::string>& options) {
-  bool onlyWords = options.empty();
+Arguments::Arguments(const std::vector<std::string>& given, const std::vector<std::string>& options,
+                     const std::vector<std::string>& flags) {
+  const auto knows = [](const std::vector<std::string>& names, const std::string& word) {
+    return std::find(names.begin(), names.end(), word) != names.end();
+  };
+  bool onlyWords = options.empty() && flags.empty();
   for (std::size_t i = 0; i < given.size(); ++i) {
     const std::string& word = given[i];
     if (onlyWords || !word.starts_with("--")) {
       words_.push_back(word);
-    } else if (word == "--") {
-      onlyWords = true;
-    } else if (std::find(options.begin(), options.end(), word) == options.end()) {
-      throw Unusable("unknown option " + word);
-    } else if (i + 1 == given.size()) {
-      throw Unusable(word + " needs a value");
-    } else if (!options_.emplace(word, given[++i]).second) {
-      throw Unusable(word + " is given twice");
+      continue;
     }
+    if (word == "--") {
+      onlyWords = true;
+      continue;
+    }
+    std::string value;
+    if (knows(options, word)) {
+      if (i + 1 == given.size()) throw Unusable(word + " needs a value");
+      value = given[++i];
+    } else if (!knows(flags, word)) {
+      throw Unusable("unknown option " + word);
+    }
+    if (!options_.emplace(word, value).second) throw Unusable(word + " is given twice");
   }
 }
 
@@ -61,8 +70,9 @@ void Arguments::requireWords(std::size_t least, std::size_t most) const {
   if (words_.size() > most) throw Unusable("unexpected argument " + words_[most]);
 }
 
-Subcommand::Subcommand(const char* name, const char* usage, std::vector<std::string> options, Run function)
-    : usage_(usage), options_(std::move(options)), run_(function) {
+Subcommand::Subcommand(const char* name, const char* usage, std::vector<std::string> options, Run function,
+                       std::vector<std::string> flags)
+    : usage_(usage), options_(std::move(options)), run_(function), flags_(std::move(flags)) {
   registry()[name] = this;
 }
 

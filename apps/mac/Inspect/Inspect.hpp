@@ -24,33 +24,37 @@ class Refused : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// What stands behind a subcommand's name: words, and options with a value each.
+/// What stands behind a subcommand's name: words, options with a value each, and flags.
 class Arguments {
  public:
-  /// Only words of the form in `options` ("--now") are options; without any, each word is taken as it stands. Behind
-  /// "--" there are only words. Throws `Unusable` for an unknown option, one without a value, and one given twice.
-  Arguments(const std::vector<std::string>& given, const std::vector<std::string>& options);
+  /// `options` and `flags` are those that the subcommand knows ("--now"); where there are none, each word is taken as
+  /// it stands. Behind "--" there are only words. Throws `Unusable` for an unknown option, one without its value, and
+  /// one given twice.
+  Arguments(const std::vector<std::string>& given, const std::vector<std::string>& options,
+            const std::vector<std::string>& flags);
 
   const std::vector<std::string>& words() const { return words_; }
   std::optional<std::string> option(const std::string& name) const;
+  bool flag(const std::string& name) const { return options_.contains(name); }
   /// Throws `Unusable` unless there are so many words.
   void requireWords(std::size_t least, std::size_t most) const;
 
  private:
   std::vector<std::string> words_;
-  std::map<std::string, std::string> options_;
+  std::map<std::string, std::string> options_;  ///< flags with an empty value
 };
 
 class Subcommand {
  public:
   using Run = Json (*)(const Arguments& arguments);
 
-  Subcommand(const char* name, const char* usage, std::vector<std::string> options, Run run);
+  Subcommand(const char* name, const char* usage, std::vector<std::string> options, Run run,
+             std::vector<std::string> flags = {});
   Subcommand(const Subcommand&) = delete;
   Subcommand& operator=(const Subcommand&) = delete;
 
   const char* usage() const { return usage_; }
-  Json run(const std::vector<std::string>& given) const { return run_(Arguments(given, options_)); }
+  Json run(const std::vector<std::string>& given) const { return run_(Arguments(given, options_, flags_)); }
 
   static const Subcommand* find(const std::string& name);
   static std::vector<std::string> names();
@@ -59,6 +63,7 @@ class Subcommand {
   const char* usage_;
   std::vector<std::string> options_;
   Run run_;
+  std::vector<std::string> flags_;
 };
 
 /// "--now": an ISO 8601 time; the present without it.

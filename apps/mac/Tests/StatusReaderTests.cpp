@@ -118,11 +118,9 @@ TEST(StatusReader, WhatCannotBeReadIsAVerdict) {
       {"invalid UTF-8", [&](FakeFiles& files) { files.put(kPath, good + ",\"state\":\"\xff\"}"); }, "red unreadable"},
       {"a wrong type", [&](FakeFiles& files) { files.put(kPath, good + ",\"state\":1}"); }, "red unreadable"},
       {"nested without end", [](FakeFiles& files) { files.put(kPath, std::string(100'000, '[')); }, "red unreadable"},
-      {"opening fails", [&](FakeFiles& files) { files.put(kPath, good + "}"), files.failAt(2, EACCES); },
+      {"opening fails", [&](FakeFiles& files) { files.put(kPath, good + "}"), files.failAt(1, EACCES); },
        "red unreadable"},
-      {"gone before it is opened", [&](FakeFiles& files) { files.put(kPath, good + "}"), files.failAt(2, ENOENT); },
-       "red missing"},
-      {"reading fails", [&](FakeFiles& files) { files.put(kPath, good + "}"), files.failAt(4, EIO); },
+      {"reading fails", [&](FakeFiles& files) { files.put(kPath, good + "}"), files.failAt(3, EIO); },
        "red unreadable"},
   };
   for (const auto& row : rows) {

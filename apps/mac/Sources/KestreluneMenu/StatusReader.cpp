@@ -138,13 +138,8 @@ Snapshot StatusReader::read(Files& files, const Url& url, Date now, const Settle
 }
 
 Snapshot StatusReader::read(Files& files, const Url& url, Date now, const SettleMarks& marks, const Alive& alive) {
-  const Outcome<FileInfo> info = files.info(url.path());
-  if (info.error == ENOENT || info.error == ENOTDIR) return withoutStatus(StatusIssue::missing);
-  // Opening a pipe would wait for whoever writes to it.
-  if (!info || info.value.kind != FileInfo::Kind::regular) return withoutStatus(StatusIssue::unreadable);
   const Outcome<std::string> bytes = readFile(files, url.path(), kMostBytes);
-  // Gone since: the helper replaces the file, it never takes it away, so somebody removed it.
-  if (bytes.error == ENOENT) return withoutStatus(StatusIssue::missing);
+  if (bytes.error == ENOENT || bytes.error == ENOTDIR) return withoutStatus(StatusIssue::missing);
   if (!bytes) return withoutStatus(StatusIssue::unreadable);
   HelperStatus status;
   try {
