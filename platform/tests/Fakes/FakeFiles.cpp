@@ -169,8 +169,9 @@ std::optional<std::string> FakeFiles::linkTarget(const std::string& path) const 
 
 void FakeFiles::collect(const std::string& path, const Node& folder, std::vector<std::string>& into) const {
   for (const auto& [name, node] : folder.entries) {
-    into.push_back(path + "/" + name);
-    collect(into.back(), *node, into);
+    const std::string own = path + "/" + name;
+    into.push_back(own);
+    collect(own, *node, into);
   }
 }
 

@@ -45,11 +45,18 @@ class Placement {
     return true;
   }
 
+  /// Before the first name that others rely on. Not only after a change: an earlier run may have been stopped before
+  /// it got around to it.
+  void syncFolders() {
+    for (const Url& folder : folders()) throwIfFailed(syncFolder(files_, folder.path()));
+    // The folder that holds all of them may be one that isn't ours to open.
+    syncFolder(files_, place_.root.deletingLastComponent().path());
+  }
+
   /// True when the link pointed elsewhere.
   bool placeLink() {
     const Outcome<std::string> target = files_.readlink(link().path());
     if (target && target.value == runtime_) return false;
-    syncFolders();
     switchLink();
     return !target || target.value != versioned().path();
   }
@@ -103,17 +110,7 @@ class Placement {
       throwIfFailed(files_.chmod(path, mode));
       return;
     }
-    syncFolders();
     throwIfFailed(placeFile(files_, path, bytes, mode, kTemporary));
-  }
-
-  /// Before the first name that others rely on: whatever made the folders, an earlier run included, may not have got
-  /// around to it.
-  void syncFolders() {
-    if (std::exchange(foldersSynced_, true)) return;
-    for (const Url& folder : folders()) throwIfFailed(syncFolder(files_, folder.path()));
-    // Its own place may be in a folder that isn't ours to open.
-    syncFolder(files_, place_.root.deletingLastComponent().path());
   }
 
   /// There is no moment without a link.
@@ -129,7 +126,6 @@ class Placement {
   const HelperFiles& place_;
   Files& files_;
   const std::string runtime_;
-  bool foldersSynced_ = false;
 };
 
 }  // namespace
@@ -145,6 +141,7 @@ HelperFileChanges HelperFiles::place(const HelperPayload& payload, HelperArchite
   Placement placement(*this, "node-" + payload.nodeVersion + "-darwin-" + std::string(name(architecture)));
   placement.makeFolders();
   const bool nodeWritten = placement.placeNode(node->second);
+  placement.syncFolders();
   const bool linkMoved = placement.placeLink();
   const bool helperWritten = placement.placeHelper(bytes.value, payload.helperSHA256, replaceHelper);
   placement.placeLauncher();

@@ -1,0 +1,245 @@
+#include "Background.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "Fakes/FakeLoop.hpp"
+#include "Fakes/FakeTasks.hpp"
+#include "Fakes/TestFolder.hpp"
+#include "base/System.hpp"
+
+namespace kestrelune {
+namespace {
+
+TaskEnd exited(int status) { return {TaskEnd::Reason::exited, status, "", ""}; }
+TaskEnd signalled(int number) { return {TaskEnd::Reason::signalled, number, "", ""}; }
+
+struct BackgroundTest : testing::Test {
+  TestFolder folder;
+  FakeClock clock;
+  FakeLoop loop{clock};
+  FakeTaskLauncher tasks{loop};
+  std::vector<std::string> lines;
+  Configuration configuration;
+
+  void SetUp() override {
+    configuration.helperRoot = folder.url("root");
+    configuration.statusURL = folder.url("root/runner/status.json");
+    folder.write("root/runner/in-app", "");
+    folder.write("root/helper/kestrelune-runner.mjs", "");
+    folder.write("root/node/node-v1/bin/node", "");
+    systemFiles().chmod(folder.path("root/node/node-v1/bin/node"), 0755);
+    std::filesystem::create_symlink("node-v1", folder.path("root/node/current"));
+  }
+  std::unique_ptr<BackgroundProcess> make(const std::string& leash = "") {
+    return std::make_unique<BackgroundProcess>(
+        configuration, BackgroundProcess::Reach{loop, clock, systemFiles(), tasks,
+                                                [this](const std::string& line) { lines.push_back(line); }, leash});
+  }
+  void removeMarker() { systemFiles().unlink(folder.path("root/runner/in-app")); }
+  /// Ends the newest child.
+  void end(const TaskEnd& how) {
+    tasks.end(tasks.children.size() - 1, how);
+    loop.turn();
+  }
+  std::size_t started() const { return tasks.children.size(); }
+};
+
+TEST_F(BackgroundTest, StartsTheHelperUnderItsNameWithItsLog) {
+  const auto process = make();
+  process->start();
+  process->start();
+  ASSERT_EQ(started(), 1u);
+  const TaskRequest& request = tasks.children[0]->request;
+  EXPECT_EQ(request.executable, folder.path("root/node/node-v1/bin/Kestrelune"));
+  EXPECT_EQ(request.arguments,
+            (std::vector<std::string>{folder.path("root/helper/kestrelune-runner.mjs"), "run", "--service"}));
+  EXPECT_EQ(request.folder, system::homeFolder().path());
+  EXPECT_EQ(request.environment->at("HOME"), system::homeFolder().path());
+  EXPECT_EQ(request.output, TaskRequest::Stream::file);
+  EXPECT_EQ(request.errors, TaskRequest::Stream::file);
+  EXPECT_EQ(systemFiles().info(folder.path("root/runner/logs")).value.mode, 0700u);
+  EXPECT_EQ(systemFiles().info(folder.path("root/runner/logs/helper.log")).value.mode, 0600u);
+}
+
+TEST_F(BackgroundTest, ALeashComesBetween) {
+  make("/leash")->start();
+  const TaskRequest& request = tasks.children[0]->request;
+  EXPECT_EQ(request.executable, "/leash");
+  EXPECT_EQ(request.arguments[0], std::to_string(system::processId()));
+  EXPECT_EQ(request.arguments[1], folder.path("root/node/node-v1/bin/Kestrelune"));
+}
+
+TEST_F(BackgroundTest, WithoutWhatItNeedsItStaysQuiet) {
+  struct Row {
+    const char *name, *missing;
+  };
+  for (const Row& row : {Row{"marker", "root/runner/in-app"}, Row{"runtime", "root/node/current"},
+                         Row{"runner", "root/helper/kestrelune-runner.mjs"}}) {
+    std::filesystem::remove_all(folder.path("root"));
+    SetUp();
+    systemFiles().unlink(folder.path(row.missing));
+    const auto process = make();
+    process->start();
+    loop.pass(3600);
+    EXPECT_EQ(started(), 0u) << row.name;
+    EXPECT_TRUE(lines.empty()) << row.name;
+  }
+}
+
+TEST_F(BackgroundTest, ADryRunOnlySaysSo) {
+  configuration.dryRun = true;
+  make()->start();
+  removeMarker();
+  make()->start();
+  EXPECT_EQ(lines, (std::vector<std::string>{"DRY_RUN background start"}));
+  EXPECT_EQ(started(), 0u);
+}
+
+TEST_F(BackgroundTest, HowItEndedDecidesWhenItComesBack) {
+  struct Row {
+    const char* name;
+    TaskEnd end;
+    double lived, pause;  // a negative pause: never
+  };
+  for (const Row& row : {Row{"of its own will", exited(0), 5, -1}, Row{"asks for a restart", exited(75), 5, 1},
+                         Row{"asks at once", exited(75), 0, 1}, Row{"fails after 5 seconds", exited(1), 5, 25},
+                         Row{"fails at once", exited(1), 0, 30}, Row{"fails after an hour", exited(1), 3600, 1},
+                         Row{"fails after 29 seconds", exited(1), 29, 1}, Row{"killed", signalled(SIGKILL), 5, 25},
+                         Row{"signal 75", signalled(75), 5, 25}}) {
+    SCOPED_TRACE(row.name);
+    const auto process = make();
+    process->start();
+    const std::size_t before = started();
+    loop.pass(row.lived);
+    clock.set({0});  // a wall clock that jumps changes nothing
+    end(row.end);
+    EXPECT_FALSE(process->running());
+    if (row.pause < 0) {
+      loop.pass(7200);
+      EXPECT_EQ(started(), before);
+      continue;
+    }
+    loop.pass(row.pause - 0.01);
+    EXPECT_EQ(started(), before);
+    loop.pass(0.02);
+    EXPECT_EQ(started(), before + 1);
+  }
+}
+
+TEST_F(BackgroundTest, AMarkerThatHasGoneEndsTheRestarts) {
+  const auto process = make();
+  process->start();
+  end(exited(1));
+  removeMarker();
+  loop.pass(3600);
+  EXPECT_EQ(started(), 1u);
+}
+
+TEST_F(BackgroundTest, StopEndsTheChildOrThePendingStart) {
+  const auto process = make();
+  process->start();
+  process->stop();
+  EXPECT_EQ(tasks.children[0]->signals, std::vector{SIGTERM});
+  end(exited(1));
+  loop.pass(3600);
+  EXPECT_EQ(started(), 1u);
+
+  process->start();
+  end(exited(1));
+  process->stop();
+  loop.pass(3600);
+  EXPECT_EQ(started(), 2u);
+}
+
+TEST_F(BackgroundTest, RestartWaitsForTheEndAndForNothingElse) {
+  const auto process = make();
+  EXPECT_TRUE(process->restart()) << "nothing runs: a start";
+  EXPECT_TRUE(process->restart());
+  EXPECT_EQ(tasks.children[0]->signals, std::vector{SIGTERM});
+  EXPECT_EQ(started(), 1u);
+  end(signalled(SIGTERM));
+  EXPECT_EQ(started(), 2u);
+  end(exited(1));
+  loop.pass(29);
+  EXPECT_EQ(started(), 2u) << "only once";
+  removeMarker();
+  EXPECT_FALSE(process->restart());
+}
+
+TEST_F(BackgroundTest, ALaunchThatFailsIsToldAndTriedAgain) {
+  tasks.launchError = ENOEXEC;
+  const auto process = make();
+  process->start();
+  EXPECT_EQ(lines, (std::vector<std::string>{"Kestrelune could not start: Exec format error"}));
+  loop.pass(29.9);
+  tasks.launchError = 0;
+  EXPECT_EQ(started(), 0u);
+  loop.pass(0.2);
+  EXPECT_EQ(started(), 1u);
+}
+
+TEST_F(BackgroundTest, ALogThatCannotBeOpenedLeavesOurOutput) {
+  std::filesystem::create_directories(folder.path("root/runner/logs/helper.log"));
+  make()->start();
+  EXPECT_EQ(tasks.children[0]->request.output, TaskRequest::Stream::inherit);
+}
+
+TEST_F(BackgroundTest, AnEndMayOutliveIt) {
+  auto process = make();
+  process->start();
+  process.reset();
+  end(exited(75));
+  loop.pass(3600);
+  EXPECT_EQ(started(), 1u);
+}
+
+TEST_F(BackgroundTest, TheAliasIsALinkToTheRuntime) {
+  Files& files = systemFiles();
+  const Url node = folder.url("root/node/current/bin/node");
+  const Url alias = folder.url("root/node/node-v1/bin/Kestrelune");
+  const auto inode = [&](const Url& url) { return files.info(url.path()).value.inode; };
+  EXPECT_EQ(BackgroundProcess::executable(node, files), alias);
+  const auto changed = files.info(node.path()).value.changed;
+  EXPECT_EQ(BackgroundProcess::executable(node, files), alias);
+  EXPECT_EQ(files.info(node.path()).value.changed, changed) << "no second link";
+
+  files.unlink(alias.path());
+  folder.write("root/node/node-v1/bin/Kestrelune", "an older runtime");
+  EXPECT_EQ(BackgroundProcess::executable(node, files), alias);
+  EXPECT_EQ(inode(alias), inode(node));
+
+  files.unlink(alias.path());
+  std::filesystem::create_directories(alias.appending("in the way").path());
+  EXPECT_EQ(BackgroundProcess::executable(node, files), node);
+  EXPECT_EQ(BackgroundProcess::executable(folder.url("missing"), files), folder.url("missing"));
+}
+
+TEST(BackgroundEnvironmentTest, PathHomeAndLanguage) {
+  const std::string usual = "/opt/homebrew/bin:/usr/local/bin:/h u/.local/bin:/usr/bin:/bin:/usr/sbin:/sbin";
+  const Url home = Url::file("/h u");
+  struct Row {
+    const char* name;
+    Environment base;
+    std::string path, lang;
+  };
+  for (const Row& row :
+       {Row{"nothing", {}, usual, "en_US.UTF-8"},
+        Row{"an old path", {{"PATH", "::bin:/usr/bin:/x:/x:./y:"}, {"LANG", "fr"}}, usual + ":/x", "fr"},
+        Row{"empty values", {{"PATH", ""}, {"LANG", ""}}, usual, ""},
+        Row{"a locale of another variable", {{"LC_ALL", "de_DE.ISO-8859-1"}}, usual, "de_DE.UTF-8"}}) {
+    const Environment got = BackgroundProcess::environment(row.base, home);
+    EXPECT_EQ(got.at("PATH"), row.path) << row.name;
+    EXPECT_EQ(got.at("HOME"), "/h u") << row.name;
+    EXPECT_EQ(got.at("LANG"), row.lang) << row.name;
+  }
+  EXPECT_EQ(BackgroundProcess::environment({{"OTHER", "kept"}}, home).at("OTHER"), "kept");
+}
+
+}  // namespace
+}  // namespace kestrelune

@@ -1,0 +1,168 @@
+#include "base/Files.hpp"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+#include "Fakes/FakeFiles.hpp"
+#include "Fakes/TestFolder.hpp"
+
+namespace kestrelune {
+namespace {
+
+constexpr std::size_t kLimit = 100000;
+
+TEST(FilesTest, ReadingFilesOfAllKinds) {
+  Files& files = systemFiles();
+  TestFolder folder;
+  folder.write("plain", std::string("a\0b\xff", 4));
+  folder.write("empty", "");
+  folder.write("large", std::string(kLimit + 1, 'x'));
+  folder.write("just", std::string(kLimit, 'x'));
+  ASSERT_EQ(mkfifo(folder.path("pipe").c_str(), 0600), 0);
+  ASSERT_EQ(symlink("plain", folder.path("link").c_str()), 0);
+  struct Row {
+    std::string name;
+    int error;
+    std::size_t size;
+  };
+  for (const Row& row :
+       {Row{"plain", 0, 4}, Row{"empty", 0, 0}, Row{"link", 0, 4}, Row{"just", 0, kLimit}, Row{"large", EFBIG, 0},
+        Row{"pipe", EINVAL, 0}, Row{"missing", ENOENT, 0}, Row{".", EISDIR, 0}, Row{"plain/below", ENOTDIR, 0}}) {
+    const Outcome<std::string> got = readFile(files, folder.path(row.name), kLimit);
+    EXPECT_EQ(got.error, row.error) << row.name;
+    EXPECT_EQ(got.value.size(), row.size) << row.name;
+  }
+  EXPECT_EQ(readFile(files, folder.path("plain"), kLimit).value, std::string("a\0b\xff", 4));
+  // Files of the kernel say that they are empty.
+  EXPECT_GT(readFile(files, "/proc/self/status", kLimit).value.size(), 100u);
+}
+
+TEST(FilesTest, FoldersAreMadeWithTheirModeWhateverTheMask) {
+  Files& files = systemFiles();
+  TestFolder folder;
+  const mode_t before = umask(0277);
+  EXPECT_EQ(makeFolders(files, folder.path("a/b/c"), 0700), 0);
+  umask(before);
+  EXPECT_EQ(files.info(folder.path("a")).value.mode, 0700u);
+  EXPECT_EQ(files.info(folder.path("a/b/c")).value.mode, 0700u);
+  files.chmod(folder.path("a"), 0750);
+  EXPECT_EQ(makeFolders(files, folder.path("a"), 0700), 0);
+  EXPECT_EQ(files.info(folder.path("a")).value.mode, 0750u);
+  folder.write("file", "");
+  EXPECT_EQ(makeFolders(files, folder.path("file"), 0700), ENOTDIR);
+  EXPECT_EQ(makeFolders(files, folder.path("file/below"), 0700), ENOTDIR);
+}
+
+TEST(FilesTest, PlacingOnTheRealSystem) {
+  Files& files = systemFiles();
+  TestFolder folder;
+  folder.write("name", "old");
+  EXPECT_EQ(placeFile(files, folder.path("name"), "new", 0640, ".t-", ".tmp"), 0);
+  EXPECT_EQ(folder.read("name"), "new");
+  EXPECT_EQ(files.info(folder.path("name")).value.mode, 0640u);
+  const std::string large(3'000'000, 'y');
+  folder.write("source", large);
+  EXPECT_EQ(placeCopy(files, folder.path("copy"), folder.path("source"), 0755, ".t-"), 0);
+  EXPECT_EQ(folder.read("copy"), large);
+  EXPECT_TRUE(isExecutableFile(files, folder.path("copy")));
+  EXPECT_FALSE(isExecutableFile(files, folder.path("name")));
+  EXPECT_FALSE(isExecutableFile(files, folder.path()));
+  EXPECT_EQ(placeCopy(files, folder.path("copy"), folder.path("missing"), 0755, ".t-"), ENOENT);
+  EXPECT_EQ(files.list(folder.path()).value, (std::vector<std::string>{"copy", "name", "source"}));
+}
+
+/// Fails, or stops before, each call of a placement in turn.
+struct PlacingTest : testing::Test {
+  FakeFiles files;
+
+  void layOut() {
+    files = FakeFiles();
+    files.put("/f/name", "old");
+    files.put("/f/source", "new");
+    files.mostPerWrite = 2;
+  }
+  int place(bool copy) {
+    return copy ? placeCopy(files, "/f/name", "/f/source", 0600, ".t-")
+                : placeFile(files, "/f/name", "new", 0600, ".t-");
+  }
+  int callCount(bool copy) {
+    layOut();
+    EXPECT_EQ(place(copy), 0);
+    return files.calls();
+  }
+};
+
+TEST_F(PlacingTest, AnyFailureLeavesTheOldFileOrTheNewOneAndNoOther) {
+  for (const bool copy : {false, true}) {
+    const int count = callCount(copy);
+    for (int n = 1; n <= count; ++n) {
+      layOut();
+      files.failAt(n, ENOSPC);
+      const int error = place(copy);
+      const std::string now = *files.content("/f/name");
+      EXPECT_EQ(files.openDescriptors(), 0u) << n;
+      EXPECT_EQ(files.paths(), (std::vector<std::string>{"/f", "/f/name", "/f/source"})) << n;
+      if (error == 0) {
+        EXPECT_EQ(now, "new") << n;
+      } else {
+        EXPECT_EQ(error, ENOSPC) << n;
+        EXPECT_TRUE(now == "old" || now == "new") << n << now;
+      }
+    }
+  }
+}
+
+TEST_F(PlacingTest, AnInterruptedWriteIsRepeated) {
+  layOut();
+  files.failAt(2, EINTR);
+  EXPECT_EQ(place(false), 0);
+  EXPECT_EQ(files.content("/f/name"), "new");
+}
+
+TEST_F(PlacingTest, NoCrashAndNoPowerCutLeavesAPartOfAFile) {
+  for (const bool copy : {false, true}) {
+    const int count = callCount(copy);
+    for (const FakeFiles::Cut cut : {FakeFiles::Cut::losesNames, FakeFiles::Cut::losesContents})
+      for (int n = 1; n <= count; ++n) {
+        layOut();
+        files.crashAt(n);
+        EXPECT_THROW(place(copy), FakeFiles::Crash);
+        const std::string now = *files.content("/f/name");
+        EXPECT_TRUE(now == "old" || now == "new") << n;
+        files.cutPower(cut);
+        const std::string later = files.content("/f/name").value_or("nothing");
+        EXPECT_TRUE(later == "old" || later == "new") << n << later;
+      }
+    layOut();
+    ASSERT_EQ(place(copy), 0);
+    files.cutPower(FakeFiles::Cut::losesNames);
+    EXPECT_EQ(files.content("/f/name"), "new") << "a placement that was told of was lost";
+  }
+}
+
+TEST_F(PlacingTest, AFolderThatCannotBeSyncedIsTolerated) {
+  const int count = callCount(false);
+  for (const int error : {EINVAL, ENOTSUP}) {
+    layOut();
+    files.failAt(count - 1, error);
+    EXPECT_EQ(place(false), 0);
+  }
+}
+
+TEST(FilesTest, WhetherAProcessIsAlive) {
+  Files& files = systemFiles();
+  EXPECT_TRUE(isAlive(files, getpid()));
+  EXPECT_TRUE(isAlive(files, 1)) << "another user's process is alive too";
+  EXPECT_FALSE(isAlive(files, 0)) << "0 would ask about our own group";
+  EXPECT_FALSE(isAlive(files, -1));
+  EXPECT_FALSE(isAlive(files, 0x7ffffff0));
+}
+
+}  // namespace
+}  // namespace kestrelune

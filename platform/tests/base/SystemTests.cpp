@@ -1,0 +1,113 @@
+#include "base/System.hpp"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <pwd.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+#include "Fakes/TestFolder.hpp"
+#include "base/Bundle.hpp"
+
+namespace kestrelune {
+namespace {
+
+using Languages = std::vector<std::string>;
+
+TEST(SystemTest, LanguagesAreReadAsGettextReadsThem) {
+  struct Row {
+    const char* name;
+    Environment environment;
+    Languages languages;
+    std::string locale;
+  };
+  const Row rows[] = {
+      {"nothing set", {}, {}, "en_US"},
+      {"LANG", {{"LANG", "de_DE.UTF-8"}}, {"de-DE"}, "de_DE"},
+      {"variants go", {{"LANG", "de_DE@euro"}}, {"de-DE"}, "de_DE"},
+      {"a language alone", {{"LANG", "de"}}, {"de"}, "de"},
+      {"an empty variable is not set", {{"LC_ALL", ""}, {"LANG", "de_AT.UTF-8"}}, {"de-AT"}, "de_AT"},
+      {"messages before LANG", {{"LC_MESSAGES", "fr_FR.UTF-8"}, {"LANG", "de_DE.UTF-8"}}, {"fr-FR"}, "fr_FR"},
+      {"LC_ALL before all",
+       {{"LC_ALL", "en_GB.UTF-8"}, {"LC_MESSAGES", "fr_FR"}, {"LANG", "de_DE"}},
+       {"en-GB"},
+       "en_GB"},
+      {"LANGUAGE is a list", {{"LANGUAGE", "de_CH:de::en"}, {"LANG", "en_US.UTF-8"}}, {"de-CH", "de", "en"}, "en_US"},
+      {"LANGUAGE ends at C", {{"LANGUAGE", "fr:C:de"}, {"LANG", "en_US.UTF-8"}}, {"fr"}, "en_US"},
+      {"LANGUAGE without a locale", {{"LANGUAGE", "de"}}, {}, "en_US"},
+      {"LANGUAGE in C", {{"LANGUAGE", "de"}, {"LANG", "C"}}, {}, "en_US"},
+      {"LANGUAGE in POSIX", {{"LANGUAGE", "de"}, {"LC_ALL", "POSIX"}, {"LANG", "de_DE"}}, {}, "en_US"},
+      {"LANGUAGE in C with a character set", {{"LANGUAGE", "de"}, {"LC_ALL", "C.UTF-8"}}, {}, "en_US"},
+      {"a language that begins like C", {{"LANG", "Cy_GB"}}, {"Cy-GB"}, "Cy_GB"},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(system::preferredLanguages(row.environment), row.languages) << row.name;
+    EXPECT_EQ(system::localeIdentifier(row.environment), row.locale) << row.name;
+  }
+}
+
+TEST(SystemTest, TheHomeFolderIsTheAccountsWhateverHOMESays) {
+  const std::string before = getenv("HOME") ? getenv("HOME") : "";
+  setenv("HOME", "/elsewhere", 1);
+  EXPECT_EQ(system::homeFolder().path(), getpwuid(getuid())->pw_dir);
+  EXPECT_EQ(system::environment()["HOME"], "/elsewhere");
+  setenv("HOME", before.c_str(), 1);
+}
+
+TEST(SystemTest, TheSettingsFolderIgnoresARelativeVariable) {
+  setenv("XDG_CONFIG_HOME", "/settings", 1);
+  EXPECT_EQ(system::configFolder().path(), "/settings");
+  setenv("XDG_CONFIG_HOME", "settings", 1);
+  EXPECT_EQ(system::configFolder(), system::homeFolder().appending(".config"));
+  unsetenv("XDG_CONFIG_HOME");
+  EXPECT_EQ(system::configFolder(), system::homeFolder().appending(".config"));
+}
+
+TEST(SystemTest, FactsOfThisMachine) {
+  EXPECT_TRUE(system::isRunningTests());
+  EXPECT_TRUE(system::processor() == "x64" || system::processor() == "arm64");
+  const std::string version = system::systemVersion();
+  EXPECT_FALSE(version.empty());
+  EXPECT_EQ(version.find_first_not_of("0123456789."), std::string::npos) << version;
+  EXPECT_EQ(system::errorText(ENOENT), "No such file or directory");
+  EXPECT_EQ(system::errorText(123456), "Unknown error 123456");
+}
+
+TEST(SystemTest, ALineToAClosedOutputIsDropped) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const int before = dup(STDOUT_FILENO);
+  dup2(ends[1], STDOUT_FILENO);
+  system::printLine("first");
+  char text[16] = {};
+  EXPECT_EQ(read(ends[0], text, sizeof text), 6);
+  close(ends[0]);
+  system::printLine("second");
+  close(STDOUT_FILENO);
+  system::printLine("third");
+  dup2(before, STDOUT_FILENO);
+  close(before);
+  close(ends[1]);
+  EXPECT_STREQ(text, "first\n");
+}
+
+TEST(BundleTest, KeysComeFromInfoAndDamageCountsAsNone) {
+  TestFolder folder;
+  folder.write("Good.app/Contents/Info.json", R"({"Version":"1.2","Number":3})");
+  folder.write("Damaged.app/Contents/Info.json", R"({"Version":)");
+  const Bundle good(folder.url("Good.app"));
+  EXPECT_EQ(good.infoString("Version"), "1.2");
+  EXPECT_EQ(good.infoString("Number"), std::nullopt);
+  EXPECT_EQ(good.infoString("Other"), std::nullopt);
+  EXPECT_EQ(good.contents("Helpers/x").path(), folder.path("Good.app/Contents/Helpers/x"));
+  EXPECT_EQ(Bundle(folder.url("Damaged.app")).infoString("Version"), std::nullopt);
+  EXPECT_EQ(Bundle(folder.url("Missing.app")).infoString("Version"), std::nullopt);
+  EXPECT_EQ(Bundle::main().url().path(), std::filesystem::read_symlink("/proc/self/exe").parent_path().string());
+}
+
+}  // namespace
+}  // namespace kestrelune
