@@ -103,10 +103,36 @@ TEST(App, ExerciseActionsPrintsOneLineForEach) {
   EXPECT_TRUE(printed.front().starts_with("open https://")) << printed.front();
   EXPECT_EQ(printed.back(),
             "~/.kestrelune/bin/kestrelune profile set|clear 00000000-0000-4000-8000-000000000001 (background)");
-  EXPECT_EQ(printed.size(), 25u);
+  EXPECT_EQ(printed.size(), 24u);
+  EXPECT_TRUE(program.session.windows().isVisible("setup")) << "which prints nothing";
   EXPECT_TRUE(program.tasks.children.empty());
 
   EXPECT_EQ(Program({"--exercise-actions"}, false).lines, Lines{});
+}
+
+TEST(App, ShowSetupTakesAStepAndOpensWithoutOne) {
+  const struct {
+    Lines arguments;
+    bool dryRun, shown;
+    const char* sameAs;  ///< the value whose window looks the same
+  } rows[] = {
+      {{"--show-setup", "1"}, true, true, "1"}, {{"--show-setup", "3"}, true, true, "3"},
+      {{"--show-setup", "7"}, true, true, "1"}, {{"--show-setup", "x"}, true, true, "1"},
+      {{"--show-setup"}, true, true, "1"},      {{"--show-setup", "2"}, false, false, ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(::testing::PrintToString(row.arguments));
+    Program program(row.arguments, row.dryRun);
+    ASSERT_EQ(program.session.windows().isVisible("setup"), row.shown);
+    if (!row.shown) continue;
+    Program same({"--show-setup", row.sameAs});
+    EXPECT_EQ(program.session.windows().shown.at("setup").tree, same.session.windows().shown.at("setup").tree);
+  }
+}
+
+TEST(App, TheHelperIsStartedAndItsUpdateLookedForEveryTenMinutes) {
+  Program program({});
+  EXPECT_EQ(program.loop.timerCount(), 3u) << "refresh, heartbeat, helper";
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -181,6 +182,84 @@ TEST_F(MenuTest, StopEndsTimersAndRemovesTheHeartbeat) {
   controller.stop();
   EXPECT_EQ(loop.timerCount(), 0u);
   EXPECT_FALSE(folder.has("runner/menubar.json"));
+}
+
+TEST_F(MenuTest, TheMainWindowFollowsTheRefreshWhileItIsVisible) {
+  writeStatus("");
+  MenuController& controller = make();
+  controller.performAction("window:tasks");
+  EXPECT_NE(std::find(lines.begin(), lines.end(), "DRY_RUN window tasks"), lines.end());
+  EXPECT_EQ(session.windows().texts("main").find("Pick a date"), std::string::npos);
+  writeStatus(kAttention);
+  loop.pass(5.1);
+  EXPECT_NE(session.windows().texts("main").find("Pick a date"), std::string::npos);
+
+  session.windows().userCloses("main");
+  const int updates = session.windows().updates;
+  writeStatus("");
+  loop.pass(5.1);
+  EXPECT_EQ(session.windows().updates, updates);
+  controller.performAction("window:tasks");
+  EXPECT_EQ(session.windows().texts("main").find("Pick a date"), std::string::npos);
+}
+
+TEST_F(MenuTest, TheMainWindowComesBackWhereItCameToRest) {
+  MenuController& controller = make();
+  controller.showWindow("general");
+  for (const int x : {10, 20, 30}) session.windows().shown.at("main").events.frameChanged({x, 40, 500, 600});
+  loop.pass(1.1);
+  session.windows().userCloses("main");
+  controller_.reset();
+  make().showWindow("general");
+  EXPECT_EQ(session.windows().shown.at("main").spec.frame, (Rect{30, 40, 500, 600}));
+}
+
+TEST_F(MenuTest, ThereIsOneSetupWindowUntilItIsClosed) {
+  MenuController& controller = make();
+  controller.performAction("setup");
+  const View account = session.windows().shown.at("setup").tree;
+  controller.showSetupWindow(SetupStep::mac);
+  EXPECT_NE(session.windows().shown.at("setup").tree, account);
+  controller.performAction("setup");
+  EXPECT_NE(session.windows().shown.at("setup").tree, account) << "the step stays";
+  session.windows().userCloses("setup");
+  loop.turn();
+  controller.performAction("setup");
+  EXPECT_EQ(session.windows().shown.at("setup").tree, account) << "a new one opens at its own step";
+}
+
+TEST_F(MenuTest, AnUpdateOfAnotherProcessIsToldInTheMenu) {
+  folder.write("runner/update-all.json", R"({"schemaVersion":1,"phase":"checking","pid":)" +
+                                             std::to_string(::getpid()) + R"(,"until":")" +
+                                             formatIso8601(clock.now() + 60) + "\"}");
+  writeStatus(R"(,"apps":[{"host":"codex","state":"ready"}])");
+  make();
+  item().openMenu();
+  EXPECT_NE(item().row("Checking the updated apps …"), nullptr);
+  clock.pass(61);
+  item().openMenu();
+  EXPECT_EQ(item().row("Checking the updated apps …"), nullptr);
+}
+
+TEST_F(MenuTest, RestartIsForTheHelperInTheApplicationWhereTheMarkerSaysSo) {
+  MenuController& controller = make(false);
+  controller.performAction("restart");
+  ASSERT_EQ(tasks.children.size(), 1u);
+  EXPECT_TRUE(tasks.commandLine(0).starts_with("/app/Contents/Helpers/launchctl kickstart"));
+  folder.write("runner/in-app", "");
+  folder.write("root/node/current/bin/node", "");
+  folder.write("root/helper/kestrelune-runner.mjs", "");
+  ASSERT_EQ(systemFiles().chmod(folder.path("root/node/current/bin/node"), 0755), 0);
+  controller.performAction("restart");
+  ASSERT_EQ(tasks.children.size(), 2u);
+  EXPECT_TRUE(tasks.commandLine(1).ends_with("kestrelune-runner.mjs run --service"));
+  controller.performAction("restart");
+  EXPECT_EQ(tasks.children[1]->signals, std::vector<int>{SIGTERM});
+  tasks.end(1, {});
+  loop.turn();
+  EXPECT_EQ(tasks.children.size(), 3u) << "at once, when the old one has ended";
+  controller.stop();
+  EXPECT_EQ(tasks.children[2]->signals, std::vector<int>{SIGTERM});
 }
 
 TEST_F(MenuTest, OutsideADryRunItIsSilent) {

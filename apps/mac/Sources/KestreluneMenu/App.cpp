@@ -25,6 +25,15 @@ std::optional<Number> parsed(const std::optional<std::string>& text) {
   return number;
 }
 
+std::optional<SetupStep> setupStep(const std::optional<std::string>& text) {
+  switch (parsed<int>(text).value_or(0)) {
+    case 1: return SetupStep::account;
+    case 2: return SetupStep::ai;
+    case 3: return SetupStep::mac;
+    default: return std::nullopt;
+  }
+}
+
 }  // namespace
 
 std::optional<Configuration> launchConfiguration(const Environment& environment) {
@@ -42,7 +51,9 @@ AppDelegate::AppDelegate(Configuration configuration, Outside outside, std::vect
 void AppDelegate::applicationDidFinishLaunching() {
   controller_ = std::make_unique<MenuController>(configuration_, outside_);
   hookSignals();
-  controller_->background().start();
+  if (!controller_->setup().needsMoveIntoApp()) controller_->background().start();
+  controller_->setup().start(controller_->snapshot());
+  controller_->schedule(SetupController::kCheckPeriod, [this] { controller_->setup().checkForUpdates(); });
   if (configuration_.dryRun) handleArguments();
 }
 
@@ -62,6 +73,7 @@ void AppDelegate::terminate() {
 
 void AppDelegate::handleArguments() {
   if (has("--exercise-actions")) controller_->exerciseActions();
+  if (has("--show-setup")) controller_->showSetupWindow(setupStep(valueAfter("--show-setup")));
   if (const auto seconds = parsed<double>(valueAfter("--quit-after")))
     timers_.push_back(outside_.loop.after(*seconds, [this] { terminate(); }));
   if (has("--show-menu")) {

@@ -15,8 +15,6 @@ namespace kestrelune {
 /// comes; what runs the loop calls `applicationWillTerminate` afterwards.
 class AppDelegate {
  public:
-  static constexpr double kHelperCheckSeconds = 600;
-
   /// `arguments` without the program's name; they are honoured in a dry run only.
   AppDelegate(Configuration configuration, Outside outside, std::vector<std::string> arguments);
 

@@ -22,6 +22,7 @@ MenuController::MenuController(Configuration configuration, Outside outside)
       notifications_(configuration_.dryRun, actions_,
                      {outside_.loop, outside_.session.notifications(), outside_.defaults, outside_.output}),
       heartbeat_(outside_.files, configuration_.heartbeatURL, outside_.pid),
+      setup_(configuration_, HelperPayload::load(outside_.bundle, outside_.files), outside_, setupReach()),
       background_(configuration_, {outside_.loop, outside_.clock, outside_.files, outside_.tasks, outside_.output, ""}),
       problems_(configuration_, outside_, actions_, notifications_),
       updater_(configuration_, outside_.files, outside_.clock, outside_.execute, outside_.output),
@@ -48,6 +49,7 @@ void MenuController::readStatus() {
   snapshot_ = StatusReader::read(outside_.files, configuration_.statusURL, now, settled_.marks());
   for (const Notice& notice : tracker_.update(snapshot_, now)) notifications_.send(notice);
   showLook(now);
+  updateWindow();
   if (configuration_.dryRun)
     outside_.output("STATE " + std::string(rawValue(snapshot_.signal)) + " " + kestrelune::headline(snapshot_));
 }
@@ -66,7 +68,7 @@ void MenuController::showLook(Date now) {
 MenuTree MenuController::compose() const {
   MenuTree menu{MenuViews::header(snapshot_, settingUp()), MenuRow{.form = MenuRow::Form::separator}};
   const auto entries = MenuPlan::entries(snapshot_, outside_.clock.now(), context());
-  for (MenuRow& row : MenuViews::rows(entries, isBusy())) menu.push_back(std::move(row));
+  for (MenuRow& row : MenuViews::rows(entries, setup_.busy())) menu.push_back(std::move(row));
   return menu;
 }
 
@@ -136,6 +138,7 @@ void MenuController::writeHeartbeat() {
 
 void MenuController::stop() {
   timers_.clear();
+  if (mainWindow_) mainWindow_->stop();
   heartbeat_.removeOwnedFile();
   background_.stop();
 }

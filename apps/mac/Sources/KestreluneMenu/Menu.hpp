@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,8 +16,11 @@
 #include "RuntimeActionRunner.hpp"
 #include "RuntimeHeartbeat.hpp"
 #include "Settle.hpp"
+#include "Setup.hpp"
+#include "SetupWindow.hpp"
 #include "StatusReader.hpp"
 #include "Update.hpp"
+#include "Window.hpp"
 #include "base/Lifetime.hpp"
 #include "base/MenuTree.hpp"
 
@@ -29,7 +33,6 @@ class MenuController {
  public:
   static constexpr double kRefreshSeconds = 5;
   static constexpr double kHeartbeatSeconds = 30;
-  static constexpr const char* kSetupCompletedKey = "kestrelune.setupWindowCompleted";
 
   MenuController(Configuration configuration, Outside outside);
   MenuController(const MenuController&) = delete;
@@ -45,6 +48,10 @@ class MenuController {
   void schedule(double seconds, std::function<void()> action);
   /// Puts an attention item off (`hide` false), takes it off the list (true), or shows it again (absent).
   void settle(const std::string& key, std::optional<bool> hide);
+  /// Shows the main window at a place.
+  void showWindow(const std::string& place);
+  /// Shows the first-run window, at a step if one is given.
+  void showSetupWindow(std::optional<SetupStep> step = std::nullopt);
   /// Carries out what a row stands for. A text that is no action does nothing.
   void performAction(const std::string& identifier);
   /// Ends the timers and what runs for this program, and removes the heartbeat.
@@ -57,6 +64,7 @@ class MenuController {
 
   const Configuration& configuration() const { return configuration_; }
   const Snapshot& snapshot() const { return snapshot_; }
+  SetupController& setup() { return setup_; }
   BackgroundProcess& background() { return background_; }
   StatusItem& item() { return outside_.session.statusItem(); }
 
@@ -74,22 +82,26 @@ class MenuController {
   /// What is said about a running update of the AI applications.
   std::optional<std::string> updateLine() const;
   std::optional<AIProfile> profile(const std::string& executorId) const;
-  bool settingUp() const { return false; }
-  /// A setup, or a check for updates, is under way.
-  bool isBusy() const { return settingUp(); }
+  SetupController::Reach setupReach();
+  void setupFinished(std::int32_t code, const std::string& lastLine);
+  void updateWindow();
+  bool settingUp() const { return setup_.runner().running(); }
 
   const Configuration configuration_;
   Outside outside_;
   ActionRunner actions_;
   Notifications notifications_;
   Heartbeat heartbeat_;
+  SetupController setup_;
   BackgroundProcess background_;
   ProblemReporter problems_;
   AppsUpdater updater_;
   SettleStore settled_;
   NoticeTracker tracker_;
   Snapshot snapshot_;
-  MenuTree menu_;  ///< as last handed to the item
+  MenuTree menu_;                                       ///< as last handed to the item
+  std::unique_ptr<MainWindowController> mainWindow_;    ///< made on first use, then kept
+  std::unique_ptr<SetupWindowController> setupWindow_;  ///< there while it is open
   std::vector<Timer> timers_;
   Lifetime lifetime_;
 };

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "AppConfiguration.hpp"
+#include "Outside.hpp"
+#include "WindowModel.hpp"
+#include "WindowViews.hpp"
+#include "base/Lifetime.hpp"
+#include "base/Session.hpp"
+
+namespace kestrelune {
+
+/// The main window and its model. Closing hides it; the model lives on, so that what was loaded is there at once when
+/// it is shown again. It keeps no time of its own and follows the snapshots that it is given.
+class MainWindowController {
+ public:
+  static constexpr const char* kWindowId = "main";
+  static constexpr const char* kFrameKey = "mainWindowFrame";
+
+  MainWindowController(const Configuration& configuration, const Outside& outside, ActionRunner& actions);
+
+  /// Brings the window to the front at a place, and has the helper asked for what the status doesn't carry.
+  void show(const std::string& place, const Snapshot& snapshot);
+  bool isVisible() const;
+  WindowModel& model() { return model_; }
+  /// Ends what is being loaded.
+  void stop() { model_.stop(); }
+
+ private:
+  void draw();
+  void redrawSoon();
+  void handle(const ViewEvent& event);
+  std::optional<Rect> savedFrame() const;
+  void frameChanged(const Rect& frame);
+
+  Outside outside_;
+  WindowModel model_;
+  DrawnView drawn_;
+  bool redrawing_ = false;
+  Timer saving_;
+  Lifetime lifetime_;
+};
+
+}  // namespace kestrelune
