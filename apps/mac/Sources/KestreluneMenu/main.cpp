@@ -1,1 +1,67 @@
-int main() { return 0; }
+#include <csignal>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "App.hpp"
+#include "BackgroundCommandRunner.hpp"
+#include "base/Bundle.hpp"
+#include "base/Clock.hpp"
+#include "base/Defaults.hpp"
+#include "base/Files.hpp"
+#include "base/System.hpp"
+#include "base/Task.hpp"
+#include "session/Desktop.hpp"
+
+using namespace kestrelune;
+
+namespace {
+
+/// Signals that end the program wait until the run loop takes them, so that none falls into the start.
+void holdSignals() {
+  std::signal(SIGPIPE, SIG_IGN);
+  sigset_t ending;
+  sigemptyset(&ending);
+  for (const int number : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&ending, number);
+  sigprocmask(SIG_BLOCK, &ending, nullptr);
+}
+
+std::string defaultsPath(const Configuration& configuration) {
+  const Url folder = configuration.dryRun ? configuration.helperRoot : system::configFolder().appending("Kestrelune");
+  return folder.appending("defaults.json").path();
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  holdSignals();
+  const std::optional<Configuration> configuration = launchConfiguration(system::environment());
+  if (!configuration) return 0;
+
+  SystemClock clock;
+  const Bundle bundle = Bundle::main();
+  const auto loop = makeSessionRunLoop();
+  const auto tasks = makeTaskLauncher(*loop);
+  const auto defaults = makeFileDefaults(systemFiles(), defaultsPath(*configuration));
+  const auto session = makeDesktopSession(*loop, *tasks,
+                                          {.screenProgram = bundle.contents("Helpers/KestreluneScreen"),
+                                           .launcher = bundle.contents("MacOS/KestreluneMenu").path(),
+                                           .dryRun = configuration->dryRun});
+
+  AppDelegate delegate(*configuration,
+                       {.loop = *loop,
+                        .clock = clock,
+                        .files = systemFiles(),
+                        .tasks = *tasks,
+                        .session = *session,
+                        .defaults = *defaults,
+                        .bundle = bundle,
+                        .execute = HelperCommandRunner::executor(*loop),
+                        .pid = system::processId(),
+                        .output = system::printLine},
+                       std::vector<std::string>(arguments + 1, arguments + count));
+  delegate.applicationDidFinishLaunching();
+  loop->run();
+  delegate.applicationWillTerminate();
+  return 0;
+}
