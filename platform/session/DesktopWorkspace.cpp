@@ -1,0 +1,148 @@
+#include "session/DesktopWorkspace.hpp"
+
+#include <unistd.h>
+
+#include <memory>
+#include <utility>
+
+#include "base/Text.hpp"
+#include "session/DesktopEntry.hpp"
+#include "session/DesktopTerminal.hpp"
+
+namespace kestrelune {
+namespace {
+
+constexpr double kQueryPatience = 15;
+/// An opener that is still there after that runs the browser itself.
+constexpr double kOpenPatience = 5;
+
+bool endedWell(const TaskEnd& end) { return end.reason == TaskEnd::Reason::exited && end.status == 0; }
+
+}  // namespace
+
+/// A tool under way; answered once, by its end or by the clock.
+struct DesktopWorkspace::Run {
+  Ended ended;
+  std::unique_ptr<Task> task;
+  Timer patience;
+
+  void finish(const std::optional<TaskEnd>& end, bool started) {
+    patience.reset();
+    if (const Ended answer = std::exchange(ended, nullptr)) answer(end, started);
+  }
+};
+
+DesktopWorkspace::DesktopWorkspace(ShowFile showFile, RunLoop& loop, TaskLauncher& launcher, Files& files,
+                                   Terminal& terminal, Environment environment, std::string home, bool dryRun)
+    : showFile_(std::move(showFile)),
+      loop_(loop),
+      launcher_(launcher),
+      files_(files),
+      terminal_(terminal),
+      environment_(environmentForChildren(std::move(environment))),
+      home_(std::move(home)),
+      dryRun_(dryRun) {}
+
+void DesktopWorkspace::run(const TaskRequest& request, double patience, Late late, Ended ended) {
+  auto run = std::make_shared<Run>();
+  run->ended = std::move(ended);
+  auto child = launcher_.launch(request, lifetime_.guarded([run](const TaskEnd& end) { run->finish(end, true); }));
+  run->task = std::move(child.value);
+  if (!run->task) {
+    loop_.post(lifetime_.guarded([run] { run->finish(std::nullopt, false); }));
+    return;
+  }
+  run->patience = loop_.after(patience, [weak = std::weak_ptr<Run>(run), late] {
+    const std::shared_ptr<Run> waiting = weak.lock();
+    if (!waiting) return;
+    if (late == Late::isEnded) waiting->task->terminate();
+    waiting->finish(std::nullopt, true);
+  });
+}
+
+TaskRequest DesktopWorkspace::request(const std::string& tool, std::vector<std::string> arguments) const {
+  TaskRequest request;
+  request.executable = desktop_entry::findExecutable(files_, environment_, tool);
+  request.arguments = std::move(arguments);
+  request.environment = environment_;
+  request.folder = home_;
+  return request;
+}
+
+void DesktopWorkspace::answerLater(std::function<void(bool)> answer, bool value) {
+  loop_.post(lifetime_.guarded([answer = std::move(answer), value] { answer(value); }));
+}
+
+bool DesktopWorkspace::hasBrowserWithoutAssociation() const {
+  const auto browser = environment_.find("BROWSER");
+  if (browser != environment_.end() && !browser->second.empty()) return true;
+  for (const char* name : {"x-www-browser", "www-browser"})
+    if (!desktop_entry::findExecutable(files_, environment_, name).empty()) return true;
+  return false;
+}
+
+void DesktopWorkspace::canOpen(const Url& url, std::function<void(bool)> answer) {
+  if (url.isFile()) return answerLater(std::move(answer), files_.access(url.path(), F_OK) == 0);
+  const std::string scheme = text::lowercased(url.scheme().value_or(""));
+  if (scheme.empty()) return answerLater(std::move(answer), false);
+  const bool otherwise = (scheme == "http" || scheme == "https") && hasBrowserWithoutAssociation();
+  TaskRequest query = request("xdg-mime", {"query", "default", "x-scheme-handler/" + scheme});
+  if (query.executable.empty()) return answerLater(std::move(answer), otherwise);
+  query.output = TaskRequest::Stream::capture;
+  run(query, kQueryPatience, Late::isEnded,
+      [answer = std::move(answer), otherwise](const std::optional<TaskEnd>& end, bool) {
+        answer(otherwise || (end && endedWell(*end) && !text::trimmed(end->output).empty()));
+      });
+}
+
+void DesktopWorkspace::open(const Url& url, std::function<void(bool)> opened) {
+  if (dryRun_) return answerLater(std::move(opened), true);
+  canOpen(url, [this, url, opened = std::move(opened)](bool handled) {
+    if (handled)
+      handOver(url, opened);
+    else
+      opened(false);
+  });
+}
+
+void DesktopWorkspace::handOver(const Url& url, std::function<void(bool)> opened) {
+  const TaskRequest opener = request("xdg-open", {url.text()});
+  if (opener.executable.empty()) return answerLater(std::move(opened), false);
+  run(opener, kOpenPatience, Late::goesOn,
+      [opened = std::move(opened)](const std::optional<TaskEnd>& end, bool started) {
+        opened(end ? endedWell(*end) : started);
+      });
+}
+
+void DesktopWorkspace::openApplication(const std::string& identifier, std::function<void(bool)> opened) {
+  const auto entry = desktop_entry::findApplication(files_, environment_, home_, identifier);
+  const auto tried = entry ? entry->find("TryExec") : desktop_entry::Entry::const_iterator();
+  if (!entry || (tried != entry->end() && desktop_entry::findExecutable(files_, environment_, tried->second).empty()))
+    return answerLater(std::move(opened), false);
+  std::vector<std::string> command = desktop_entry::commandLine(*entry);
+  if (command.empty()) return answerLater(std::move(opened), false);
+  if (dryRun_) return answerLater(std::move(opened), true);
+  if (desktop_entry::isTrue(*entry, "Terminal")) {
+    std::string line;
+    for (const std::string& word : command) line += terminal_plan::shellQuoted(word) + " ";
+    terminal_.run(line, [](const std::string&) {});
+    return answerLater(std::move(opened), true);
+  }
+  TaskRequest application = request(command.front(), {command.begin() + 1, command.end()});
+  if (application.executable.empty()) return answerLater(std::move(opened), false);
+  if (const auto folder = entry->find("Path"); folder != entry->end() && !folder->second.empty())
+    application.folder = folder->second;
+  run(application, kOpenPatience, Late::goesOn,
+      [opened = std::move(opened)](const std::optional<TaskEnd>& end, bool started) {
+        opened(end ? endedWell(*end) : started);
+      });
+}
+
+void DesktopWorkspace::reveal(const Url& file) {
+  if (dryRun_) return;
+  showFile_(file, lifetime_.guarded([this, file](bool shown) {
+    if (!shown) handOver(file.deletingLastComponent(), [](bool) {});
+  }));
+}
+
+}  // namespace kestrelune
