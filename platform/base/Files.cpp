@@ -146,6 +146,8 @@ bool isReadableFile(Files& files, const std::string& path) { return isFileFor(fi
 
 bool isExecutableFile(Files& files, const std::string& path) { return isFileFor(files, path, X_OK); }
 
+bool isWritable(Files& files, const std::string& path) { return files.access(path, W_OK) == 0; }
+
 Outcome<int> openForAppending(Files& files, const std::string& path, mode_t mode) {
   return files.open(path, O_WRONLY | O_CREAT | O_APPEND, mode);
 }

@@ -97,6 +97,9 @@ int placeCopy(Files& files, const std::string& path, const std::string& source, 
 bool isReadableFile(Files& files, const std::string& path);
 bool isExecutableFile(Files& files, const std::string& path);
 
+/// A file that this user may write, or a folder in which they may make one.
+bool isWritable(Files& files, const std::string& path);
+
 /// Opens a file for writing at its end, making it with `mode` where it is missing.
 Outcome<int> openForAppending(Files& files, const std::string& path, mode_t mode);
 

@@ -27,8 +27,8 @@ constexpr std::array<Known, 11> kKnown = {{{"xdg-terminal-exec", ""},
                                            {"xterm", "-e"}}};
 
 // Interactive, because that is where people set their PATH. The terminal stays after the command, also after one that
-// failed or was interrupted.
-constexpr const char* kScript = R"(rm -f -- "$1"; trap : INT; "$2" -l -i -c "$3"; trap - INT; exec "$2" -i)";
+// failed or was interrupted; "set -m" gives the keyboard back to the shell after that.
+constexpr const char* kScript = R"(rm -f -- "$1"; trap : INT; set -m; "$2" -l -i -c "$3"; trap - INT; exec "$2" -i)";
 
 std::string value(const Environment& environment, const char* name) {
   const auto found = environment.find(name);

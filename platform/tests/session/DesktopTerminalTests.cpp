@@ -1,6 +1,11 @@
 #include "session/DesktopTerminal.hpp"
 
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -134,6 +139,43 @@ TEST_F(DesktopTerminalTest, FailuresAreTold) {
   EXPECT_NE(failed.find("xterm"), std::string::npos);
   for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
     EXPECT_FALSE(entry.path().filename().string().starts_with("kestrelune-")) << "a marker is left";
+}
+
+TEST_F(DesktopTerminalTest, AnInterruptedCommandLeavesAShellToReadItsOutcome) {
+  for (const char* shell : {"/bin/sh", "/bin/bash"}) {
+    if (::access(shell, X_OK) != 0) continue;
+    SCOPED_TRACE(shell);
+    Strings program =
+        terminal_plan::shellArguments(shell, folder.path("marker"), "/bin/sh -c 'echo begun; exec sleep 1000'");
+    std::vector<char*> arguments;
+    for (std::string& argument : program) arguments.push_back(argument.data());
+    arguments.push_back(nullptr);
+    int master = -1;
+    const pid_t pid = forkpty(&master, nullptr, nullptr, nullptr);
+    if (pid == 0) {
+      ::execv(arguments.front(), arguments.data());
+      ::_exit(127);
+    }
+    // What is typed while a shell takes the keyboard over may be dropped: it is typed again.
+    const auto sees = [master](const std::string& text, std::string_view typed) {
+      std::string seen;
+      for (int tries = 0; tries < 200 && seen.find(text) == std::string::npos; ++tries) {
+        pollfd readable{master, POLLIN, 0};
+        char bytes[4096];
+        if (::poll(&readable, 1, 100) == 0 && ::write(master, typed.data(), typed.size()) < 0) return false;
+        const ssize_t count = readable.revents != 0 ? ::read(master, bytes, sizeof bytes) : 0;
+        if (count < 0) return false;
+        seen.append(bytes, static_cast<std::size_t>(count));
+      }
+      return seen.find(text) != std::string::npos;
+    };
+    EXPECT_TRUE(sees("begun", ""));
+    EXPECT_EQ(::write(master, "\x03", 1), 1);
+    EXPECT_TRUE(sees("alive", "echo a''live\n"));
+    ::close(master);
+    ::kill(pid, SIGKILL);
+    ::waitpid(pid, nullptr, 0);
+  }
 }
 
 }  // namespace

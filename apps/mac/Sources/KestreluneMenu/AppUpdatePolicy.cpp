@@ -1,7 +1,5 @@
 #include "AppUpdatePolicy.hpp"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <charconv>
 #include <vector>
@@ -106,7 +104,7 @@ bool replaceable(const Url& app, Files& files) {
   const std::string& path = url.path();
   if (!path.ends_with(".app") || url.lastComponent() == ".app") return false;
   if (path.find("/AppTranslocation/") != std::string::npos || path.starts_with("/Volumes/")) return false;
-  return files.access(url.deletingLastComponent().path(), W_OK) == 0 && files.access(path, W_OK) == 0;
+  return isWritable(files, url.deletingLastComponent().path()) && isWritable(files, path);
 }
 
 bool quiet(const Snapshot& snapshot, bool appBusy) {

@@ -1,7 +1,5 @@
 #include "ProblemReport.hpp"
 
-#include <unistd.h>
-
 #include "ProblemCopy.hpp"
 #include "RuntimeAction.hpp"
 #include "Strings.hpp"
@@ -106,7 +104,7 @@ void ProblemReporter::launch(const std::vector<std::string>& arguments, const st
     for (const std::string& argument : arguments) line += " " + argument;
     return outside_.output(line);
   }
-  if (outside_.files.access(helper_.path(), X_OK) != 0) {
+  if (!isExecutableFile(outside_.files, helper_.path())) {
     return actions_.showError(RuntimeError::script(ProblemCopy::text(Key::notSetUp)));
   }
   const TaskRequest request{.executable = helper_.path(), .arguments = arguments, .input = note};

@@ -1,7 +1,5 @@
 #include "WindowModel.hpp"
 
-#include <unistd.h>
-
 #include <memory>
 #include <utility>
 
@@ -61,7 +59,7 @@ void WindowModel::setUpdateLine(std::optional<std::string> line) { set(&State::u
 void WindowModel::setCopied(bool copied) { set(&State::copied, copied); }
 
 void WindowModel::loadHistory() {
-  if (dryRun_ || outside_.files.access(helper_.path(), X_OK) != 0) return;
+  if (dryRun_ || !isExecutableFile(outside_.files, helper_.path())) return;
   histories_.start(helper_.path(), {"tasks", "--json"}, [this](const std::string& output) {
     decodeInBackground<std::vector<WindowTask>>(
         outside_.loop, output, decodeHistory,
@@ -70,7 +68,7 @@ void WindowModel::loadHistory() {
 }
 
 void WindowModel::loadSchedules() {
-  if (dryRun_ || outside_.files.access(helper_.path(), X_OK) != 0) return;
+  if (dryRun_ || !isExecutableFile(outside_.files, helper_.path())) return;
   schedules_.start(helper_.path(), {"schedules", "--json"}, [this](const std::string& output) {
     decodeInBackground<std::vector<Schedule>>(outside_.loop, output, decodeSchedules,
                                               lifetime_.guarded([this](std::vector<Schedule> schedules) {
