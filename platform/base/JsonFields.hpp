@@ -107,7 +107,8 @@ class Reader {
   }
   template <class T>
   void read(const Json& json, std::optional<T>& member) {
-    read(json, member.emplace());
+    member = T();
+    read(json, *member);
   }
   template <class T>
   void read(const Json& json, std::vector<T>& member) {

@@ -53,7 +53,8 @@ AppUpdateState AppUpdateFiles::read() const {
     decodeMember(json, "skippedBuild", state.skippedBuild);
     decodeMember(json, "notifiedBuild", state.notifiedBuild);
     if (const Json* pending = json.find("pending"); pending && !pending->isNull()) {
-      decodeJson(*pending, state.pending.emplace());
+      state.pending = AppUpdateState::Pending{};
+      decodeJson(*pending, *state.pending);
     }
     return version == kSchemaVersion ? state : AppUpdateState{};
   } catch (const JsonError&) {
