@@ -8,6 +8,7 @@
 #include "session/DesktopAbsent.hpp"
 #include "session/DesktopLoginItem.hpp"
 #include "session/DesktopTerminal.hpp"
+#include "session/DesktopWorkspace.hpp"
 #include "session/ScreenAlert.hpp"
 #include "session/ScreenChannel.hpp"
 #include "session/ScreenLink.hpp"
@@ -21,6 +22,13 @@ std::string firstLanguage() {
   return languages.empty() ? "en" : languages.front();
 }
 
+/// Without one on the bus the folder is opened instead.
+DesktopWorkspace::ShowFile noFileManager(RunLoop& loop) {
+  return [&loop](const Url&, std::function<void(bool)> answer) {
+    loop.post([answer = std::move(answer)] { answer(false); });
+  };
+}
+
 class DesktopSession final : public Session {
  public:
   DesktopSession(RunLoop& loop, TaskLauncher& launcher, const DesktopOptions& options)
@@ -31,10 +39,11 @@ class DesktopSession final : public Session {
         windows_(loop, clock_, link_, activation_),
         alert_(loop, link_),
         pasteboard_(loop, link_),
-        workspace_(loop),
         notifications_(loop),
         loginItem_(systemFiles(), system::configFolder().path(), options.launcher, options.dryRun),
-        terminal_(launcher, loop, systemFiles(), environment_, display_.exists, options.dryRun) {}
+        terminal_(launcher, loop, systemFiles(), environment_, display_.exists, options.dryRun),
+        workspace_(noFileManager(loop), loop, launcher, systemFiles(), terminal_, environment_,
+                   system::homeFolder().path(), options.dryRun) {}
 
   StatusItem& statusItem() override { return statusItem_; }
   Windows& windows() override { return windows_; }
@@ -55,10 +64,10 @@ class DesktopSession final : public Session {
   ScreenWindows windows_;
   ScreenAlert alert_;
   ScreenPasteboard pasteboard_;
-  AbsentWorkspace workspace_;
   AbsentNotifications notifications_;
   DesktopLoginItem loginItem_;
   DesktopTerminal terminal_;
+  DesktopWorkspace workspace_;
 };
 
 }  // namespace

@@ -39,20 +39,4 @@ class AbsentNotifications final : public NotificationCenter {
   RunLoop& loop_;
 };
 
-class AbsentWorkspace final : public Workspace {
- public:
-  explicit AbsentWorkspace(RunLoop& loop) : loop_(loop) {}
-  void open(const Url&, std::function<void(bool)> opened) override { refuse(std::move(opened)); }
-  void canOpen(const Url&, std::function<void(bool)> answer) override { refuse(std::move(answer)); }
-  void openApplication(const std::string&, std::function<void(bool)> opened) override { refuse(std::move(opened)); }
-  void reveal(const Url&) override {}
-
- private:
-  void refuse(std::function<void(bool)> told) {
-    loop_.post([told = std::move(told)] { told(false); });
-  }
-
-  RunLoop& loop_;
-};
-
 }  // namespace kestrelune
