@@ -68,9 +68,9 @@ TEST_F(BackgroundTest, StartsTheHelperUnderItsNameWithItsLog) {
 }
 
 TEST_F(BackgroundTest, ALeashComesBetween) {
-  make("/leash")->start();
+  make("/bin/true")->start();
   const TaskRequest& request = tasks.children[0]->request;
-  EXPECT_EQ(request.executable, "/leash");
+  EXPECT_EQ(request.executable, "/bin/true");
   EXPECT_EQ(request.arguments[0], std::to_string(system::processId()));
   EXPECT_EQ(request.arguments[1], folder.path("root/node/node-v1/bin/Kestrelune"));
 }

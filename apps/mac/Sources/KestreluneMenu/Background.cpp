@@ -72,7 +72,7 @@ void BackgroundProcess::launch() {
   TaskRequest request;
   request.executable = executable(place_.node(), reach_.files).path();
   request.arguments = {place_.helper().path(), "run", "--service"};
-  if (!reach_.leash.empty()) {
+  if (isExecutableFile(reach_.files, reach_.leash)) {
     request.arguments.insert(request.arguments.begin(), {std::to_string(system::processId()), request.executable});
     request.executable = reach_.leash;
   }

@@ -25,7 +25,8 @@ class BackgroundProcess {
     Files& files;
     TaskLauncher& tasks;
     std::function<void(const std::string& line)> output;
-    /// A program that becomes the helper after it has asked to be ended with us; empty: the helper is started itself.
+    /// A program that becomes the helper after it has asked to be ended with us. Where there is none at this path the
+    /// helper is started itself.
     std::string leash;
   };
 

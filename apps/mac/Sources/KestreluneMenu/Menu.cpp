@@ -23,7 +23,8 @@ MenuController::MenuController(Configuration configuration, Outside outside)
                      {outside_.loop, outside_.session.notifications(), outside_.defaults, outside_.output}),
       heartbeat_(outside_.files, configuration_.heartbeatURL, outside_.pid),
       setup_(configuration_, HelperPayload::load(outside_.bundle, outside_.files), outside_, setupReach()),
-      background_(configuration_, {outside_.loop, outside_.clock, outside_.files, outside_.tasks, outside_.output, ""}),
+      background_(configuration_, {outside_.loop, outside_.clock, outside_.files, outside_.tasks, outside_.output,
+                                   outside_.bundle.contents("Helpers/KestreluneLeash").path()}),
       problems_(configuration_, outside_, actions_, notifications_),
       updater_(configuration_, outside_.files, outside_.clock, outside_.execute, outside_.output),
       settled_(outside_.defaults) {
