@@ -28,7 +28,6 @@ struct DesktopTerminal::Attempt {
   std::deque<terminal_plan::Emulator> left;
   std::string marker;  ///< exists until the command begins
   std::string tried;   ///< the emulator that was tried last
-  std::unique_ptr<Task> task;
 };
 
 DesktopTerminal::DesktopTerminal(TaskLauncher& launcher, RunLoop& loop, Files& files, Environment environment,
@@ -79,10 +78,9 @@ void DesktopTerminal::tryNext(std::shared_ptr<Attempt> attempt) {
         emulator, terminal_plan::shellArguments(attempt->shell, attempt->marker, attempt->command));
     request.environment = environment_;
     request.folder = system::homeFolder().path();
-    auto child =
+    const auto child =
         launcher_.launch(request, lifetime_.guarded([this, attempt](const TaskEnd& end) { ended(attempt, end); }));
-    attempt->task = std::move(child.value);
-    if (attempt->task) return;
+    if (child.value) return;  // it goes on without us
   }
   files_.unlink(attempt->marker);
   attempt->failed(attempt->tried.empty() ? session_copy::text(Key::noTerminal)
@@ -90,7 +88,6 @@ void DesktopTerminal::tryNext(std::shared_ptr<Attempt> attempt) {
 }
 
 void DesktopTerminal::ended(const std::shared_ptr<Attempt>& attempt, const TaskEnd& end) {
-  attempt->task.reset();
   // An emulator that only asks a running one for a window ends at once and well, before the command began.
   const bool well = end.reason == TaskEnd::Reason::exited && end.status == 0;
   const bool began = files_.access(attempt->marker, 0) != 0;

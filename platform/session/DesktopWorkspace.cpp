@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <memory>
 #include <utility>
 
 #include "base/Text.hpp"
@@ -20,18 +19,6 @@ bool endedWell(const TaskEnd& end) { return end.reason == TaskEnd::Reason::exite
 
 }  // namespace
 
-/// A tool under way; answered once, by its end or by the clock.
-struct DesktopWorkspace::Run {
-  Ended ended;
-  std::unique_ptr<Task> task;
-  Timer patience;
-
-  void finish(const std::optional<TaskEnd>& end, bool started) {
-    patience.reset();
-    if (const Ended answer = std::exchange(ended, nullptr)) answer(end, started);
-  }
-};
-
 DesktopWorkspace::DesktopWorkspace(ShowFile showFile, RunLoop& loop, TaskLauncher& launcher, Files& files,
                                    Terminal& terminal, Environment environment, std::string home, bool dryRun)
     : showFile_(std::move(showFile)),
@@ -44,20 +31,24 @@ DesktopWorkspace::DesktopWorkspace(ShowFile showFile, RunLoop& loop, TaskLaunche
       dryRun_(dryRun) {}
 
 void DesktopWorkspace::run(const TaskRequest& request, double patience, Late late, Ended ended) {
-  auto run = std::make_shared<Run>();
-  run->ended = std::move(ended);
-  auto child = launcher_.launch(request, lifetime_.guarded([run](const TaskEnd& end) { run->finish(end, true); }));
-  run->task = std::move(child.value);
-  if (!run->task) {
-    loop_.post(lifetime_.guarded([run] { run->finish(std::nullopt, false); }));
+  const std::uint64_t number = ++lastRun_;
+  Run& run = runs_[number];
+  run.ended = std::move(ended);
+  auto child =
+      launcher_.launch(request, lifetime_.guarded([this, number](const TaskEnd& end) { finish(number, end, true); }));
+  run.task = std::move(child.value);
+  if (!run.task) {
+    loop_.post(lifetime_.guarded([this, number] { finish(number, std::nullopt, false); }));
     return;
   }
-  run->patience = loop_.after(patience, [weak = std::weak_ptr<Run>(run), late] {
-    const std::shared_ptr<Run> waiting = weak.lock();
-    if (!waiting) return;
-    if (late == Late::isEnded) waiting->task->terminate();
-    waiting->finish(std::nullopt, true);
+  run.patience = loop_.after(patience, [this, number, late] {
+    if (late == Late::isEnded) runs_.at(number).task->terminate();
+    finish(number, std::nullopt, true);
   });
+}
+
+void DesktopWorkspace::finish(std::uint64_t number, const std::optional<TaskEnd>& end, bool started) {
+  if (auto run = runs_.extract(number)) run.mapped().ended(end, started);
 }
 
 TaskRequest DesktopWorkspace::request(const std::string& tool, std::vector<std::string> arguments) const {

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,12 +33,18 @@ class DesktopWorkspace final : public Workspace {
   void reveal(const Url& file) override;
 
  private:
-  struct Run;
   enum class Late { goesOn, isEnded };
   /// Absent: it couldn't be started, or was still running after `patience` seconds.
   using Ended = std::function<void(const std::optional<TaskEnd>& end, bool started)>;
+  /// A tool under way; answered once, by its end or by the clock.
+  struct Run {
+    Ended ended;
+    std::unique_ptr<Task> task;
+    Timer patience;
+  };
 
   void run(const TaskRequest& request, double patience, Late late, Ended ended);
+  void finish(std::uint64_t number, const std::optional<TaskEnd>& end, bool started);
   TaskRequest request(const std::string& tool, std::vector<std::string> arguments) const;
   void handOver(const Url& url, std::function<void(bool)> opened);
   void answerLater(std::function<void(bool)> answer, bool value);
@@ -49,6 +58,8 @@ class DesktopWorkspace final : public Workspace {
   Environment environment_;
   std::string home_;
   bool dryRun_;
+  std::map<std::uint64_t, Run> runs_;
+  std::uint64_t lastRun_ = 0;
   Lifetime lifetime_;
 };
 
