@@ -219,6 +219,22 @@ TEST_F(ScreenLinkTest, AScreenThatEndsBecauseItShowsNothingIsReplacedAtOnce) {
   EXPECT_FALSE(screen().killed);
 }
 
+TEST(ScreenLink, EndsAScreenThatListensPolitelyAndAnyOtherByForce) {
+  for (const bool ready : {true, false}) {
+    SCOPED_TRACE(ready);
+    std::shared_ptr<FakeScreen> screen;
+    {
+      Rig rig;
+      rig.link.ensure();
+      if (ready) rig.screen().say(Ready{});
+      screen = rig.screens.back();
+    }
+    EXPECT_FALSE(screen->connected);
+    EXPECT_EQ(screen->killed, !ready);
+    EXPECT_EQ(screen->heard().back() == Down(Quit{}), ready);
+  }
+}
+
 TEST_F(ScreenLinkTest, ASlowScreenGetsTheNewestTreeOnly) {
   startReady();
   const auto show = [&](int number) {
