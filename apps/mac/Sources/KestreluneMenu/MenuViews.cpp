@@ -74,8 +74,8 @@ MenuRow row(const MenuEntry& entry, bool busy) {
     row.title = entry.title;
   } else if (entry.children) {
     row.title = entry.title;
-    row.enabled = true;
     row.children = rows(*entry.children, busy);
+    row.enabled = !row.children.empty();
   } else if (entry.settleKey) {
     row = attention(entry);
   } else if (!entry.action && !entry.subtitle && entry.detail) {

@@ -11,13 +11,6 @@ const MenuRow* findRow(const MenuTree& menu, const std::string& title) {
   return nullptr;
 }
 
-const View* findNode(const View& view, const std::string& key) {
-  if (view.key == key) return &view;
-  for (const View& child : view.children)
-    if (const View* found = findNode(child, key)) return found;
-  return nullptr;
-}
-
 void collectTexts(const View& view, std::string& texts) {
   for (const std::string* text : {&view.text, &view.detail})
     if (!text->empty()) texts += *text + "\n";
@@ -79,7 +72,7 @@ void FakeWindows::bounds(std::function<void(std::vector<Rect>)> answer) {
 
 const View* FakeWindows::node(const std::string& window, const std::string& key) const {
   const auto found = shown.find(window);
-  return found == shown.end() ? nullptr : findNode(found->second.tree, key);
+  return found == shown.end() ? nullptr : findView(found->second.tree, key);
 }
 
 bool FakeWindows::press(const std::string& window, const std::string& key, const std::string& value) {
