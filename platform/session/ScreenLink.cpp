@@ -34,7 +34,7 @@ ScreenLink::ScreenLink(RunLoop& loop, const Clock& clock, ScreenStarter starter,
 
 ScreenLink::~ScreenLink() {
   // One that never came up or hangs would not see that its connection ends.
-  if (channel_ && (!ready_ || owesAnswer_)) return channel_->kill();
+  if (channel_ && (!ready_ || owesAnswer_)) channel_->kill();
   send(Quit{});
 }
 
