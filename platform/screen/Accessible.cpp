@@ -1,0 +1,92 @@
+#include "Accessible.hpp"
+
+#include <QAccessibleWidget>
+
+#include "MenuPopup.hpp"
+#include "StripWindow.hpp"
+#include "ViewWidgets.hpp"
+
+namespace kestrelune::accessible {
+namespace {
+
+/// A row of a menu: a menu item, or for an attention row a group with its two buttons.
+class RowInterface final : public QAccessibleWidget {
+ public:
+  explicit RowInterface(MenuRowView* row) : QAccessibleWidget(row, roleOf(*row), row->accessibleText()) {}
+
+  QAccessible::State state() const override {
+    QAccessible::State state = QAccessibleWidget::state();
+    const MenuRowView& view = *row();
+    state.disabled = !view.isSelectable();
+    state.focusable = view.isSelectable();
+    state.focused = view.isHighlighted();
+    state.checkable = view.row().checked.has_value();
+    state.checked = view.row().checked == true;
+    state.hasPopup = view.hasSubmenu();
+    return state;
+  }
+  QStringList actionNames() const override {
+    return row()->isSelectable() ? QStringList{pressAction()} : QStringList();
+  }
+  void doAction(const QString& name) override {
+    if (name != pressAction()) return;
+    if (auto* menu = qobject_cast<MenuPopup*>(row()->window())) menu->choose(row(), MenuChoice::Part::row);
+  }
+
+ private:
+  static QAccessible::Role roleOf(const MenuRowView& row) {
+    switch (row.row().form) {
+      case MenuRow::Form::attention: return QAccessible::Grouping;
+      case MenuRow::Form::separator: return QAccessible::Separator;
+      case MenuRow::Form::header:
+      case MenuRow::Form::section:
+      case MenuRow::Form::pair: return QAccessible::StaticText;
+      case MenuRow::Form::normal: break;
+    }
+    return QAccessible::MenuItem;
+  }
+  MenuRowView* row() const { return static_cast<MenuRowView*>(widget()); }
+};
+
+/// A widget that can be pressed as a whole.
+class PressableInterface final : public QAccessibleWidget {
+ public:
+  PressableInterface(QWidget* widget, std::function<void()> press)
+      : QAccessibleWidget(widget, QAccessible::Button), press_(std::move(press)) {}
+  QStringList actionNames() const override { return {pressAction()}; }
+  void doAction(const QString& name) override {
+    if (name == pressAction()) press_();
+  }
+
+ private:
+  std::function<void()> press_;
+};
+
+/// A widget that is read as one thing: what is in it is its own affair.
+class WholeInterface final : public QAccessibleWidget {
+ public:
+  WholeInterface(QWidget* widget, QAccessible::Role role) : QAccessibleWidget(widget, role) {}
+  int childCount() const override { return 0; }
+  QAccessibleInterface* child(int) const override { return nullptr; }
+};
+
+QAccessibleInterface* create(const QString&, QObject* object) {
+  if (auto* row = qobject_cast<MenuRowView*>(object)) return new RowInterface(row);
+  if (auto* menu = qobject_cast<MenuPopup*>(object)) return new QAccessibleWidget(menu, QAccessible::PopupMenu);
+  if (auto* strip = qobject_cast<StripWindow*>(object)) {
+    return new PressableInterface(strip, [strip] { strip->onClicked(); });
+  }
+  if (auto* card = qobject_cast<CardWidget*>(object); card && card->isPressable()) {
+    return new PressableInterface(card, [card] { card->press(); });
+  }
+  if (auto* whole = qobject_cast<WholeWidget*>(object); whole && whole->isWhole()) {
+    return new WholeInterface(whole, QAccessible::StaticText);
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+void install() { QAccessible::installFactory(create); }
+
+}  // namespace kestrelune::accessible

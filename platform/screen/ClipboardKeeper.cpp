@@ -1,0 +1,20 @@
+#include "ClipboardKeeper.hpp"
+
+#include <QGuiApplication>
+
+namespace kestrelune {
+
+ClipboardKeeper::ClipboardKeeper() {
+  connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, this, [this] {
+    if (!isHolding() && onReleased) onReleased();
+  });
+}
+
+void ClipboardKeeper::copy(const QString& text) { QGuiApplication::clipboard()->setText(text); }
+
+bool ClipboardKeeper::isHolding() const {
+  const QClipboard* clipboard = QGuiApplication::clipboard();
+  return clipboard->ownsClipboard() && !clipboard->text().isEmpty();
+}
+
+}  // namespace kestrelune

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QIcon>
+#include <QPainter>
+
+#include "base/Session.hpp"
+#include "base/View.hpp"
+
+/// Pictures that are drawn and not loaded.
+namespace kestrelune::drawing {
+
+/// The flame in `color`, filling `box` in its own proportions.
+void flame(QPainter& painter, const QRectF& box, const QColor& color);
+/// The dot with a ring that separates it from whatever lies behind.
+void dot(QPainter& painter, const QRectF& box, const QColor& color, const QColor& ring);
+/// The icon of a tray whose colour isn't known: the flame with an outline that reads on light and dark, and the dot.
+QIcon trayIcon(const StatusItemLook& look);
+
+QSize pillSize(const QString& text);
+void pill(QPainter& painter, const QRect& box, const QString& text, StatusItemLook::PillTone tone);
+
+void symbol(QPainter& painter, const QRectF& box, View::Icon icon, const QColor& color);
+
+}  // namespace kestrelune::drawing

@@ -1,0 +1,333 @@
+#include "MenuPopup.hpp"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QScreen>
+#include <QScrollBar>
+#include <QWindow>
+#include <algorithm>
+
+#include "Colors.hpp"
+#include "Metrics.hpp"
+
+namespace kestrelune {
+namespace {
+
+using metrics::px;
+
+constexpr double kMenuWidth = 368, kVerticalPadding = 6, kCorner = 7;
+constexpr int kSubmenuDelay = 180, kGrabInterval = 30, kGrabAttempts = 10;
+
+QRect availableAt(const QPoint& place) {
+  QScreen* screen = QGuiApplication::screenAt(place);
+  return (screen ? screen : QGuiApplication::primaryScreen())->availableGeometry();
+}
+
+}  // namespace
+
+MenuPopup::MenuPopup(MenuTree menu, MenuPopup* parentMenu)
+    : QWidget(parentMenu, Qt::Popup | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint),
+      menu_(std::move(menu)),
+      parentMenu_(parentMenu),
+      scroll_(new QScrollArea(this)),
+      content_(new QWidget) {
+  setAttribute(Qt::WA_TranslucentBackground);
+  setMouseTracking(true);
+  setFocusPolicy(Qt::StrongFocus);
+  setAccessibleName("Kestrelune");
+  scroll_->setFrameShape(QFrame::NoFrame);
+  scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  scroll_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  scroll_->setFocusPolicy(Qt::NoFocus);
+  scroll_->viewport()->setAutoFillBackground(false);
+  scroll_->setAutoFillBackground(false);
+  content_->setMouseTracking(true);
+  scroll_->viewport()->setMouseTracking(true);
+  scroll_->setWidget(content_);
+  // The ground is the popup's own; taking the widget in gave it one.
+  content_->setAutoFillBackground(false);
+  submenuTimer_.setSingleShot(true);
+  submenuTimer_.setInterval(kSubmenuDelay);
+  connect(&submenuTimer_, &QTimer::timeout, this, [this] { openSubmenu(false); });
+  fill();
+}
+
+MenuPopup::~MenuPopup() { closed_ = true; }
+
+MenuPopup& MenuPopup::root() { return parentMenu_ ? parentMenu_->root() : *this; }
+
+void MenuPopup::fill() {
+  for (MenuRow& row : menu_) {
+    auto* view = new MenuRowView(row, content_);
+    view->installEventFilter(this);
+    view->onChoose = [this, view](MenuChoice::Part part) { choose(view, part); };
+    rows_.push_back(view);
+  }
+  layOut();
+}
+
+void MenuPopup::layOut() {
+  const int width = px(kMenuWidth), padding = px(kVerticalPadding);
+  int y = 0;
+  for (MenuRowView* view : rows_) {
+    const int height = view->rowHeight();
+    view->setGeometry(0, y, width, height);
+    y += height;
+  }
+  content_->resize(width, y);
+  const int available = availableAt(place_.isNull() ? QCursor::pos() : place_).height() - 2 * px(4);
+  const int height = std::min(y + 2 * padding, available);
+  resize(width, height);
+  scroll_->setGeometry(0, padding, width, height - 2 * padding);
+}
+
+void MenuPopup::setMenu(MenuTree menu) {
+  if (menu == menu_) return;
+  const auto at = std::find(rows_.begin(), rows_.end(), current_);
+  const std::ptrdiff_t index = current_ ? at - rows_.begin() : -1;
+  const std::string title = current_ ? current_->row().title : "";
+  closeSubmenu();
+  current_ = nullptr;
+  // A row may be in the middle of handling the event that led here.
+  for (MenuRowView* view : rows_) view->hide(), view->deleteLater();
+  rows_.clear();
+  menu_ = std::move(menu);
+  const int scrolled = scroll_->verticalScrollBar()->value();
+  fill();
+  for (MenuRowView* view : rows_) view->show();
+  scroll_->verticalScrollBar()->setValue(scrolled);
+  if (index >= 0 && index < static_cast<std::ptrdiff_t>(rows_.size()) &&
+      rows_[static_cast<std::size_t>(index)]->row().title == title) {
+    setCurrent(rows_[static_cast<std::size_t>(index)]);
+  }
+}
+
+void MenuPopup::openAt(const QPoint& place) {
+  place_ = place;
+  layOut();
+  const QRect available = availableAt(place);
+  int x = std::clamp(place.x(), available.left(), std::max(available.left(), available.right() - width()));
+  int y = place.y();
+  // Above the place where there is no room below it, as at a panel at the bottom edge.
+  if (y + height() > available.bottom()) y = std::max(available.top(), place.y() - height());
+  if (parentMenu_) y = std::clamp(place.y(), available.top(), std::max(available.top(), available.bottom() - height()));
+  QWidget::move(x, y);
+  show();
+  raise();
+  activateWindow();
+  setFocus(Qt::PopupFocusReason);
+  if (!parentMenu_) tryGrab(kGrabAttempts);
+}
+
+/// A panel that was clicked may hold the pointer for a moment; without it the menu would close at nothing.
+void MenuPopup::tryGrab(int attempts) {
+  if (!isVisible() || attempts == 0) return;
+  if (QWidget::mouseGrabber() == this) return;
+  if (QApplication::activePopupWidget() != nullptr && windowHandle() && windowHandle()->setMouseGrabEnabled(true))
+    return;
+  QTimer::singleShot(kGrabInterval, this, [this, attempts] { tryGrab(attempts - 1); });
+}
+
+void MenuPopup::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(colors::separator());
+  painter.setBrush(colors::menuBackground());
+  painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), px(kCorner), px(kCorner));
+}
+
+void MenuPopup::setCurrent(MenuRowView* row) {
+  if (row == current_) return;
+  if (current_) current_->setHighlighted(false);
+  closeSubmenu();
+  submenuTimer_.stop();
+  current_ = row;
+  if (!row) return;
+  row->setHighlighted(true);
+  scroll_->ensureWidgetVisible(row, 0, 0);
+  QAccessibleEvent focused(row, QAccessible::Focus);
+  QAccessible::updateAccessibility(&focused);
+}
+
+void MenuPopup::move(int step) {
+  if (rows_.empty()) return;
+  const auto count = static_cast<int>(rows_.size());
+  const auto at = std::find(rows_.begin(), rows_.end(), current_);
+  int index = current_ ? static_cast<int>(at - rows_.begin()) : step > 0 ? -1 : count;
+  for (int tried = 0; tried < count; ++tried) {
+    index = (index + step + count) % count;
+    if (rows_[static_cast<std::size_t>(index)]->isSelectable())
+      return setCurrent(rows_[static_cast<std::size_t>(index)]);
+  }
+}
+
+void MenuPopup::movePart(int step) {
+  const int part = std::clamp(static_cast<int>(current_->part()) + step, 0, static_cast<int>(MenuChoice::Part::done));
+  current_->setPart(static_cast<MenuChoice::Part>(part));
+}
+
+void MenuPopup::activateCurrent() {
+  if (!current_) return;
+  if (current_->hasSubmenu()) return openSubmenu(true);
+  choose(current_, current_->part());
+}
+
+void MenuPopup::choose(MenuRowView* row, MenuChoice::Part part) {
+  if (row->hasSubmenu()) {
+    setCurrent(row);
+    return openSubmenu(false);
+  }
+  if (part == MenuChoice::Part::row && (!row->isSelectable() || row->row().represented.empty())) {
+    // An attention row without a way to open it has only its buttons.
+    return;
+  }
+  MenuPopup& top = root();
+  top.chosen_ = row->choice(part);
+  top.hide();
+}
+
+bool MenuPopup::pressKeyEquivalent(const QString& key) {
+  for (MenuRowView* row : rows_) {
+    if (!row->row().key.empty() && row->isSelectable() &&
+        key.compare(QString::fromStdString(row->row().key), Qt::CaseInsensitive) == 0) {
+      choose(row, MenuChoice::Part::row);
+      return true;
+    }
+  }
+  return false;
+}
+
+void MenuPopup::keyPressEvent(QKeyEvent* event) {
+  const bool attention = current_ && current_->row().form == MenuRow::Form::attention;
+  switch (event->key()) {
+    case Qt::Key_Escape: return parentMenu_ ? parentMenu_->closeSubmenu() : static_cast<void>(hide());
+    case Qt::Key_Down: return move(1);
+    case Qt::Key_Up: return move(-1);
+    case Qt::Key_Home: setCurrent(nullptr); return move(1);
+    case Qt::Key_End: setCurrent(nullptr); return move(-1);
+    case Qt::Key_Right:
+      if (attention) return movePart(1);
+      if (current_ && current_->hasSubmenu()) openSubmenu(true);
+      return;
+    case Qt::Key_Left:
+      if (attention && current_->part() != MenuChoice::Part::row) return movePart(-1);
+      if (parentMenu_) parentMenu_->closeSubmenu();
+      return;
+    case Qt::Key_Tab:
+      if (attention && current_->part() != MenuChoice::Part::done) return movePart(1);
+      return move(1);
+    case Qt::Key_Backtab:
+      if (attention && current_->part() != MenuChoice::Part::row) return movePart(-1);
+      return move(-1);
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Space: return activateCurrent();
+    default: break;
+  }
+  if (event->modifiers() & Qt::ControlModifier) {
+    const QString key = event->key() == Qt::Key_Comma ? QString(",") : QKeySequence(event->key()).toString();
+    if (root().pressKeyEquivalent(key)) return;
+  }
+  QWidget::keyPressEvent(event);
+}
+
+/// Tab moves within the menu and never out of it.
+bool MenuPopup::event(QEvent* event) {
+  if (event->type() == QEvent::KeyPress) {
+    auto* key = static_cast<QKeyEvent*>(event);
+    if (key->key() == Qt::Key_Tab || key->key() == Qt::Key_Backtab) {
+      keyPressEvent(key);
+      return true;
+    }
+  }
+  return QWidget::event(event);
+}
+
+MenuRowView* MenuPopup::rowAt(const QPoint& global) const {
+  if (!scroll_->viewport()->rect().contains(scroll_->viewport()->mapFromGlobal(global))) return nullptr;
+  const QPoint place = content_->mapFromGlobal(global);
+  for (MenuRowView* row : rows_) {
+    if (row->geometry().contains(place)) return row;
+  }
+  return nullptr;
+}
+
+void MenuPopup::pointAt(const QPoint& global) {
+  if (!rect().contains(mapFromGlobal(global))) {
+    if (parentMenu_) parentMenu_->pointAt(global);
+    return;
+  }
+  MenuRowView* row = rowAt(global);
+  if (row == current_) return;
+  setCurrent(row && row->isSelectable() ? row : nullptr);
+  if (current_ && current_->hasSubmenu()) submenuTimer_.start();
+}
+
+bool MenuPopup::eventFilter(QObject* watched, QEvent* event) {
+  auto* row = qobject_cast<MenuRowView*>(watched);
+  if (row && event->type() == QEvent::MouseMove) {
+    pointAt(static_cast<QMouseEvent*>(event)->globalPosition().toPoint());
+  } else if (row && event->type() == QEvent::MouseButtonRelease) {
+    if (row->isSelectable()) choose(row, MenuChoice::Part::row);
+    return true;
+  }
+  return QWidget::eventFilter(watched, event);
+}
+
+void MenuPopup::mouseMoveEvent(QMouseEvent* event) { pointAt(event->globalPosition().toPoint()); }
+
+void MenuPopup::mousePressEvent(QMouseEvent* event) {
+  // A click beside the menu closes it; one on the menu above this one is that menu's.
+  const QPoint global = event->globalPosition().toPoint();
+  for (MenuPopup* menu = this; menu; menu = menu->parentMenu_) {
+    if (menu->rect().contains(menu->mapFromGlobal(global))) return;
+  }
+  root().hide();
+}
+
+void MenuPopup::mouseReleaseEvent(QMouseEvent* event) {
+  const QPoint global = event->globalPosition().toPoint();
+  for (MenuPopup* menu = this; menu; menu = menu->parentMenu_) {
+    if (MenuRowView* row = menu->rowAt(global); row && row->isSelectable()) {
+      return menu->choose(row, MenuChoice::Part::row);
+    }
+  }
+}
+
+void MenuPopup::openSubmenu(bool selectFirst) {
+  if (!current_ || !current_->hasSubmenu()) return;
+  if (!submenu_) {
+    submenu_ = std::make_unique<MenuPopup>(current_->row().children, this);
+    const QPoint right = mapToGlobal(QPoint(width() - px(4), 0));
+    const QPoint top = current_->mapToGlobal(QPoint(0, -px(kVerticalPadding)));
+    const bool fits = right.x() + px(kMenuWidth) <= availableAt(right).right();
+    submenu_->openAt({fits ? right.x() : mapToGlobal(QPoint(px(4), 0)).x() - px(kMenuWidth), top.y()});
+  }
+  if (selectFirst && !submenu_->current()) submenu_->move(1);
+}
+
+void MenuPopup::closeSubmenu() {
+  if (!submenu_) return;
+  // It may be handling the event that closes it.
+  MenuPopup* old = submenu_.release();
+  old->closed_ = true;
+  old->hide();
+  old->deleteLater();
+}
+
+void MenuPopup::hideEvent(QHideEvent*) {
+  if (closed_) return;
+  closed_ = true;
+  closeSubmenu();
+  if (parentMenu_) {
+    // Closed by a click elsewhere, or by choosing: the whole menu goes.
+    root().hide();
+    return;
+  }
+  if (onClosed) onClosed();
+  if (chosen_ && onChosen) onChosen(*std::exchange(chosen_, std::nullopt));
+}
+
+}  // namespace kestrelune

@@ -1,0 +1,250 @@
+#include "MenuRowView.hpp"
+
+#include <QFontMetrics>
+#include <QPainter>
+
+#include "Colors.hpp"
+#include "Drawing.hpp"
+#include "Metrics.hpp"
+
+namespace kestrelune {
+namespace {
+
+using metrics::px;
+
+// Measures in points.
+constexpr double kMenuWidth = 368, kSideInset = 5, kTextLeft = 14, kCheckedLeft = 24, kTextRight = 332;
+constexpr double kHeaderLeft = 20, kHeaderWidth = 328;
+constexpr double kButtonGap = 6, kBeforeButtons = 10, kLeastText = 40;
+constexpr double kTitlePoints = 13, kSmallPoints = 11, kHeadlinePoints = 14, kMessagePoints = 12;
+/// What lies beyond can't be seen; measuring and shaping it would only take time.
+constexpr qsizetype kMostVisibleCharacters = 600;
+
+QString shown(const std::string& text) {
+  QString result = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+  result.truncate(kMostVisibleCharacters);
+  // One line each, whatever a file says.
+  for (QChar& c : result) {
+    if (c == u'\n' || c == u'\r' || c == u'\t' || c.isNull()) c = u' ';
+  }
+  return result;
+}
+
+void drawText(QPainter& painter, const QRect& box, const QString& text, const QFont& font, const QColor& color,
+              Qt::Alignment alignment = Qt::AlignLeft) {
+  painter.setFont(font);
+  painter.setPen(color);
+  const QString fitted = QFontMetrics(font).elidedText(text, Qt::ElideRight, box.width());
+  painter.drawText(box, static_cast<int>(alignment | Qt::AlignVCenter) | Qt::TextSingleLine, fitted);
+}
+
+int textWidth(const QString& text, const QFont& font) { return QFontMetrics(font).horizontalAdvance(text); }
+
+}  // namespace
+
+MenuRowButton::MenuRowButton(const std::string& title, const std::string& help, QWidget* parent)
+    : QPushButton(QString::fromStdString(title).replace('&', "&&"), parent) {
+  setToolTip(QString::fromStdString(help));
+  setAccessibleName(QString::fromStdString(title));
+  setAccessibleDescription(toolTip());
+  setFocusPolicy(Qt::NoFocus);
+  setFont(metrics::font(kSmallPoints));
+  setCursor(Qt::ArrowCursor);
+  resize(sizeHint());
+}
+
+QSize MenuRowButton::sizeHint() const { return {textWidth(accessibleName(), font()) + px(18), px(19)}; }
+
+void MenuRowButton::setCurrent(bool current) {
+  current_ = current;
+  update();
+}
+
+void MenuRowButton::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  const bool strong = current_ || isDown();
+  const QRectF box = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+  painter.setPen(QPen(strong ? colors::accent() : colors::separator(), 1));
+  painter.setBrush(strong ? colors::accent() : underMouse() ? colors::panel() : colors::menuBackground());
+  painter.drawRoundedRect(box, px(5), px(5));
+  painter.setPen(strong ? colors::onAccent() : colors::label());
+  painter.setFont(font());
+  painter.drawText(rect(), Qt::AlignCenter | Qt::TextSingleLine, accessibleName());
+}
+
+MenuRowView::MenuRowView(MenuRow row, QWidget* parent)
+    : QWidget(parent),
+      row_(std::move(row)),
+      title_(shown(row_.title)),
+      subtitle_(shown(row_.subtitle)),
+      detail_(shown(row_.detail)) {
+  setToolTip(QString::fromStdString(row_.toolTip).toHtmlEscaped());
+  setAccessibleName(accessibleText());
+  setMouseTracking(true);
+  if (row_.form != MenuRow::Form::attention) return;
+  later_ = new MenuRowButton(row_.laterTitle, row_.laterHelp, this);
+  done_ = new MenuRowButton(row_.doneTitle, row_.doneHelp, this);
+  connect(later_, &QPushButton::clicked, this, [this] { onChoose(MenuChoice::Part::later); });
+  connect(done_, &QPushButton::clicked, this, [this] { onChoose(MenuChoice::Part::done); });
+}
+
+bool MenuRowView::isSelectable() const {
+  if (row_.form == MenuRow::Form::attention) return true;
+  return row_.form == MenuRow::Form::normal && row_.enabled;
+}
+
+QString MenuRowView::accessibleText() const {
+  QStringList parts;
+  for (const std::string* part : {&row_.title, &row_.subtitle, &row_.detail}) {
+    if (part->empty() || (part == &row_.detail && row_.form == MenuRow::Form::attention)) continue;
+    parts << QString::fromStdString(*part);
+  }
+  return parts.join(", ");
+}
+
+int MenuRowView::rowHeight() const {
+  switch (row_.form) {
+    case MenuRow::Form::separator: return px(11);
+    case MenuRow::Form::section: return px(24);
+    case MenuRow::Form::pair: return px(24);
+    case MenuRow::Form::attention: return px(subtitle_.isEmpty() ? 26 : 40);
+    case MenuRow::Form::normal: return px(subtitle_.isEmpty() ? 24 : 40);
+    case MenuRow::Form::header: break;
+  }
+  if (row_.subtitle.empty()) return px(36);
+  const QRect box = QFontMetrics(metrics::font(kMessagePoints))
+                        .boundingRect(QRect(0, 0, px(kHeaderWidth), 10000), Qt::TextWordWrap, subtitle_);
+  return px(38) + std::max(px(16), box.height());
+}
+
+void MenuRowView::setHighlighted(bool highlighted) {
+  if (!highlighted) setPart(MenuChoice::Part::row);
+  if (highlighted_ == highlighted) return;
+  highlighted_ = highlighted;
+  update();
+}
+
+void MenuRowView::setPart(MenuChoice::Part part) {
+  part_ = part;
+  if (later_) later_->setCurrent(part == MenuChoice::Part::later);
+  if (done_) done_->setCurrent(part == MenuChoice::Part::done);
+}
+
+MenuChoice MenuRowView::choice(MenuChoice::Part part) const {
+  return {.part = part, .represented = row_.represented, .settleKey = row_.settleKey};
+}
+
+void MenuRowView::resizeEvent(QResizeEvent*) {
+  if (!later_) return;
+  const int right = width() - px(kMenuWidth - kTextRight);
+  done_->move(right - done_->width(), (height() - done_->height()) / 2);
+  later_->move(done_->x() - px(kButtonGap) - later_->width(), done_->y());
+}
+
+QColor MenuRowView::textColor() const {
+  if (highlighted_) return colors::onAccent();
+  return isSelectable() || row_.form == MenuRow::Form::pair ? colors::label() : colors::tertiaryLabel();
+}
+
+QColor MenuRowView::detailColor() const {
+  if (!highlighted_) return isSelectable() ? colors::secondaryLabel() : colors::tertiaryLabel();
+  QColor color = colors::onAccent();
+  color.setAlphaF(0.88F);
+  return color;
+}
+
+void MenuRowView::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  switch (row_.form) {
+    case MenuRow::Form::normal: return paintNormal(painter);
+    case MenuRow::Form::header: return paintHeader(painter);
+    case MenuRow::Form::pair: return paintPair(painter);
+    case MenuRow::Form::attention: return paintAttention(painter);
+    case MenuRow::Form::section: return paintSection(painter);
+    case MenuRow::Form::separator:
+      painter.fillRect(QRect(px(kTextLeft), height() / 2, width() - 2 * px(kTextLeft), 1), colors::separator());
+  }
+}
+
+void MenuRowView::paintHighlight(QPainter& painter) {
+  if (!highlighted_) return;
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(colors::accent());
+  painter.drawRoundedRect(rect().adjusted(px(kSideInset), 0, -px(kSideInset), 0), px(5), px(5));
+}
+
+void MenuRowView::paintNormal(QPainter& painter) {
+  paintHighlight(painter);
+  const QFont font = metrics::font(kTitlePoints), small = metrics::font(kSmallPoints);
+  int right = px(kTextRight);
+  if (hasSubmenu()) {
+    const int size = px(11);
+    drawing::symbol(painter, QRectF(px(kTextRight + 10), (height() - size) / 2.0, size, size), View::Icon::chevron,
+                    detailColor());
+  }
+  if (!row_.key.empty()) {
+    const QString key = "Ctrl+" + QString::fromStdString(row_.key).toUpper();
+    const int keyWidth = textWidth(key, font);
+    drawText(painter, QRect(right - keyWidth, 0, keyWidth + 1, height()), key, font, detailColor());
+    right -= keyWidth + px(12);
+  }
+  const int left = px(kCheckedLeft);
+  if (row_.checked == true) {
+    painter.setPen(QPen(textColor(), px(1.6), Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.setBrush(Qt::NoBrush);
+    const QPointF middle(px(16), height() / 2.0);
+    painter.drawPolyline(
+        QPolygonF{middle + QPointF(-px(4), 0), middle + QPointF(-px(1), px(3)), middle + QPointF(px(4), -px(4))});
+  }
+  const bool tall = !subtitle_.isEmpty();
+  const int line = tall ? px(18) : height();
+  const int top = tall ? px(3) : 0;
+  // Where both don't fit, the title keeps what it needs up to half of the row.
+  const int gap = detail_.isEmpty() ? 0 : px(10);
+  const int titleShare = std::min(textWidth(title_, font) + 1, (right - left) / 2);
+  const int detailWidth = std::min(textWidth(detail_, font) + 1, right - left - gap - titleShare);
+  if (!detail_.isEmpty()) {
+    drawText(painter, QRect(right - detailWidth, top, detailWidth, line), detail_, font, detailColor(), Qt::AlignRight);
+  }
+  const int titleRight = detail_.isEmpty() ? right : right - detailWidth - gap;
+  drawText(painter, QRect(left, top, titleRight - left, line), title_, font, textColor());
+  if (tall) drawText(painter, QRect(left, top + line - px(1), right - left, px(16)), subtitle_, small, detailColor());
+}
+
+void MenuRowView::paintHeader(QPainter& painter) {
+  const int left = px(kHeaderLeft), width = px(kHeaderWidth);
+  drawText(painter, QRect(left, px(8), width, px(20)), title_, metrics::font(kHeadlinePoints, true), colors::label());
+  if (row_.subtitle.empty()) return;
+  painter.setFont(metrics::font(kMessagePoints));
+  painter.setPen(colors::secondaryLabel());
+  painter.drawText(QRect(left, px(30), width, height() - px(32)), Qt::TextWordWrap, subtitle_);
+}
+
+void MenuRowView::paintPair(QPainter& painter) {
+  const QFont font = metrics::font(kTitlePoints);
+  const int left = px(kTextLeft), right = px(kTextRight);
+  const int stateWidth = std::min(textWidth(detail_, font) + 1, (right - left) * 7 / 10);
+  drawText(painter, QRect(right - stateWidth, 0, stateWidth, height()), detail_, font, colors::secondaryLabel(),
+           Qt::AlignRight);
+  drawText(painter, QRect(left, 0, right - stateWidth - px(10) - left, height()), title_, font, colors::label());
+}
+
+void MenuRowView::paintAttention(QPainter& painter) {
+  paintHighlight(painter);
+  const int left = px(kTextLeft);
+  const int width = std::max(px(kLeastText), later_->x() - px(kBeforeButtons) - left);
+  if (subtitle_.isEmpty()) {
+    return drawText(painter, QRect(left, 0, width, height()), title_, metrics::font(kTitlePoints), textColor());
+  }
+  drawText(painter, QRect(left, px(3), width, px(18)), title_, metrics::font(kTitlePoints), textColor());
+  drawText(painter, QRect(left, px(20), width, px(16)), subtitle_, metrics::font(kSmallPoints), detailColor());
+}
+
+void MenuRowView::paintSection(QPainter& painter) {
+  drawText(painter, QRect(px(kTextLeft), px(2), px(kTextRight - kTextLeft), height() - px(2)), title_,
+           metrics::font(kSmallPoints, true), colors::secondaryLabel());
+}
+
+}  // namespace kestrelune

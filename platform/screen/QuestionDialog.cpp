@@ -1,0 +1,126 @@
+#include "QuestionDialog.hpp"
+
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPixmap>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include "Colors.hpp"
+#include "Drawing.hpp"
+#include "Metrics.hpp"
+
+namespace kestrelune {
+namespace {
+
+using metrics::px;
+
+QLabel* plainLabel(const std::string& text, double points, bool semibold, const QColor& color) {
+  auto* label = new QLabel;
+  label->setTextFormat(Qt::PlainText);
+  label->setText(QString::fromStdString(text));
+  label->setWordWrap(true);
+  label->setFont(metrics::font(points, semibold));
+  QPalette palette = label->palette();
+  palette.setColor(QPalette::WindowText, color);
+  label->setPalette(palette);
+  label->setMinimumWidth(px(320));
+  return label;
+}
+
+QLabel* flameLabel() {
+  const double ratio = qGuiApp->devicePixelRatio();
+  QPixmap pixmap(QSize(px(40), px(40)) * ratio);
+  pixmap.setDevicePixelRatio(ratio);
+  pixmap.fill(Qt::transparent);
+  QPainter painter(&pixmap);
+  painter.setRenderHint(QPainter::Antialiasing);
+  drawing::flame(painter, QRectF(0, 0, px(40), px(40)), colors::tint(View::Tint::orange));
+  painter.end();
+  auto* label = new QLabel;
+  label->setPixmap(pixmap);
+  label->setAlignment(Qt::AlignTop);
+  return label;
+}
+
+}  // namespace
+
+QuestionDialog::QuestionDialog(const Question& question) : cancelButton_(question.cancelButton) {
+  setAttribute(Qt::WA_QuitOnClose, false);
+  setWindowTitle("Kestrelune");
+  setAccessibleDescription(QString::fromStdString(question.text));
+
+  auto* texts = new QVBoxLayout;
+  texts->setSpacing(px(8));
+  texts->addWidget(plainLabel(question.title, 14, true, colors::label()));
+  if (!question.text.empty()) texts->addWidget(plainLabel(question.text, 12, false, colors::secondaryLabel()));
+
+  auto* buttons = new QHBoxLayout;
+  buttons->setSpacing(px(8));
+  buttons->addStretch();
+  for (std::size_t i = 0; i < question.buttons.size(); ++i) {
+    auto* button = new QPushButton(QString::fromStdString(question.buttons[i]).replace('&', "&&"));
+    button->setFont(metrics::font(13));
+    button->setAutoDefault(true);
+    button->setDefault(i == 0);
+    connect(button, &QPushButton::clicked, this, [this, i] { answer(static_cast<int>(i)); });
+    // The default stands at the right, as the last in reading order.
+    buttons->insertWidget(1, button);
+    if (i == 0) button->setFocus();
+  }
+
+  auto* all = new QVBoxLayout;
+  all->setSpacing(px(14));
+  auto* top = new QHBoxLayout;
+  top->setSpacing(px(16));
+  top->addWidget(flameLabel());
+  top->addLayout(texts, 1);
+  all->addLayout(top);
+  setLayout(all);
+  if (question.field) {
+    addField(*question.field);
+    texts->addWidget(line_ ? static_cast<QWidget*>(line_) : lines_);
+    (line_ ? static_cast<QWidget*>(line_) : lines_)->setFocus();
+  }
+  all->addLayout(buttons);
+  all->setContentsMargins(px(20), px(18), px(20), px(16));
+  all->setSizeConstraint(QLayout::SetFixedSize);
+}
+
+void QuestionDialog::addField(const Question::Field& field) {
+  const QString text = QString::fromStdString(field.text), hint = QString::fromStdString(field.placeholder);
+  const QSize size(px(field.width), std::max(px(field.height), px(24)));
+  if (field.multiline) {
+    lines_ = new QPlainTextEdit(text, this);
+    lines_->setPlaceholderText(hint);
+    lines_->setTabChangesFocus(true);
+    lines_->setFixedSize(size);
+    lines_->setFont(metrics::font(13));
+    lines_->setAccessibleName(hint);
+  } else {
+    line_ = new QLineEdit(text, this);
+    line_->setPlaceholderText(hint);
+    line_->setFixedSize(size);
+    line_->setFont(metrics::font(13));
+    line_->setAccessibleName(hint);
+  }
+}
+
+std::string QuestionDialog::fieldText() const {
+  return (line_ ? line_->text() : lines_ ? lines_->toPlainText() : QString()).toStdString();
+}
+
+void QuestionDialog::answer(std::optional<int> button) {
+  if (std::exchange(answered_, true)) return;
+  const std::string text = fieldText();
+  hide();
+  if (onAnswered) onAnswered(button, text);
+}
+
+void QuestionDialog::reject() { answer(cancelButton_ >= 0 ? std::optional(cancelButton_) : std::nullopt); }
+
+}  // namespace kestrelune

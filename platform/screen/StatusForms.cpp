@@ -1,0 +1,88 @@
+#include "StatusForms.hpp"
+
+#include <QCursor>
+#include <QGuiApplication>
+
+#include "Drawing.hpp"
+
+namespace kestrelune {
+namespace {
+
+/// Trays come and go without telling; asking costs one look at a selection's owner.
+constexpr int kLookForTray = 3000;
+
+bool hasTray() {
+  // A tray over the bus is the companion's own affair, and none is used from here.
+  return QGuiApplication::platformName() == "xcb" && QSystemTrayIcon::isSystemTrayAvailable();
+}
+
+}  // namespace
+
+StatusForms::StatusForms() {
+  watch_.setInterval(kLookForTray);
+  watch_.setTimerType(Qt::VeryCoarseTimer);
+  connect(&watch_, &QTimer::timeout, this, [this] { choose(); });
+}
+
+std::string StatusForms::form() const { return tray_ ? "xembed" : strip_ ? "strip" : "none"; }
+
+void StatusForms::show(const StatusItemLook& look) {
+  const bool changed = look != look_ || !visible_;
+  look_ = look;
+  visible_ = true;
+  choose();
+  watch_.start();
+  if (!changed) return;
+  if (tray_) {
+    tray_->setIcon(drawing::trayIcon(look_));
+    tray_->setToolTip(QString::fromStdString(look_.toolTip));
+  }
+  if (strip_) strip_->setLook(look_);
+}
+
+void StatusForms::hide() {
+  visible_ = false;
+  watch_.stop();
+  tray_.reset();
+  strip_.reset();
+}
+
+void StatusForms::choose() {
+  if (!visible_) return;
+  if (hasTray()) {
+    if (!tray_) useTray();
+  } else if (!strip_) {
+    useStrip();
+  }
+  if (form() == told_) return;
+  told_ = form();
+  if (onFormChanged) onFormChanged(told_);
+}
+
+void StatusForms::useTray() {
+  strip_.reset();
+  tray_ = std::make_unique<QSystemTrayIcon>(drawing::trayIcon(look_));
+  tray_->setToolTip(QString::fromStdString(look_.toolTip));
+  connect(tray_.get(), &QSystemTrayIcon::activated, this, [this] {
+    if (onClicked) onClicked();
+  });
+  tray_->show();
+}
+
+void StatusForms::useStrip() {
+  tray_.reset();
+  strip_ = std::make_unique<StripWindow>();
+  strip_->onClicked = [this] {
+    if (onClicked) onClicked();
+  };
+  strip_->setLook(look_);
+  strip_->show();
+}
+
+QPoint StatusForms::menuPlace() const {
+  if (strip_) return strip_->geometry().bottomLeft() + QPoint(0, 4);
+  if (tray_ && tray_->geometry().isValid()) return tray_->geometry().bottomLeft() + QPoint(0, 2);
+  return QCursor::pos();
+}
+
+}  // namespace kestrelune

@@ -1,0 +1,80 @@
+#include "StripWindow.hpp"
+
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScreen>
+
+#include "Colors.hpp"
+#include "Drawing.hpp"
+#include "Metrics.hpp"
+
+namespace kestrelune {
+namespace {
+
+using metrics::px;
+
+constexpr double kHeight = 26, kPadding = 8, kFlameWidth = 22, kFlameHeight = 20, kDot = 8, kGap = 5, kEdge = 8;
+
+}  // namespace
+
+StripWindow::StripWindow()
+    : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint) {
+  setAttribute(Qt::WA_TranslucentBackground);
+  setAttribute(Qt::WA_ShowWithoutActivating);
+  setAttribute(Qt::WA_QuitOnClose, false);
+  setFocusPolicy(Qt::StrongFocus);
+  setWindowTitle("Kestrelune");
+  setCursor(Qt::PointingHandCursor);
+  connect(QGuiApplication::primaryScreen(), &QScreen::availableGeometryChanged, this, [this] { place(); });
+}
+
+void StripWindow::setLook(const StatusItemLook& look) {
+  look_ = look;
+  setAccessibleName(QString::fromStdString(look.accessibilityLabel));
+  setToolTip(QString::fromStdString(look.toolTip).toHtmlEscaped());
+  place();
+  update();
+}
+
+void StripWindow::place() {
+  const QString text = QString::fromStdString(look_.pill);
+  int width = px(2 * kPadding + kFlameWidth);
+  if (!text.isEmpty()) width += px(kGap) + drawing::pillSize(text).width();
+  const QRect available = QGuiApplication::primaryScreen()->availableGeometry();
+  setGeometry(available.right() + 1 - width - px(kEdge), available.top() + px(kEdge), width, px(kHeight));
+}
+
+void StripWindow::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(colors::separator());
+  painter.setBrush(colors::menuBackground());
+  const double radius = height() / 2.0;
+  painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
+
+  const QRectF icon(px(kPadding), (height() - px(kFlameHeight)) / 2.0, px(kFlameWidth), px(kFlameHeight));
+  drawing::flame(painter, icon, colors::label());
+  const double ring = px(kDot);
+  drawing::dot(painter, {icon.right() - ring, icon.bottom() - ring, ring, ring}, colors::fromColor(look_.dot),
+               colors::menuBackground());
+  const QString text = QString::fromStdString(look_.pill);
+  if (text.isEmpty()) return;
+  const QSize size = drawing::pillSize(text);
+  drawing::pill(
+      painter, {static_cast<int>(icon.right()) + px(kGap), (height() - size.height()) / 2, size.width(), size.height()},
+      text, look_.tone);
+}
+
+void StripWindow::mouseReleaseEvent(QMouseEvent* event) {
+  if (rect().contains(event->position().toPoint()) && onClicked) onClicked();
+}
+
+void StripWindow::keyPressEvent(QKeyEvent* event) {
+  const bool opens = event->key() == Qt::Key_Return || event->key() == Qt::Key_Space || event->key() == Qt::Key_Down;
+  if (opens && onClicked) return onClicked();
+  QWidget::keyPressEvent(event);
+}
+
+}  // namespace kestrelune

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QWidget>
+#include <functional>
+#include <memory>
+
+#include "ViewNode.hpp"
+#include "base/Session.hpp"
+
+class QScrollArea;
+
+namespace kestrelune {
+
+/// One window of the companion: a tree of views in a frame.
+class WindowHost final : public QWidget {
+  Q_OBJECT
+ public:
+  WindowHost(const WindowSpec& spec, const View& tree);
+
+  void setSpec(const WindowSpec& spec);
+  void setTree(const View& tree);
+  /// To the front; asks for attention where the desktop doesn't allow that.
+  void bringForward();
+  const WindowSpec& spec() const { return spec_; }
+
+  std::function<void(const ViewEvent&)> onEvent;
+  std::function<void()> onClosed;
+  std::function<void(const Rect&)> onFrame;
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+  void moveEvent(QMoveEvent* event) override;
+  bool event(QEvent* event) override;
+
+ private:
+  void fit();
+  void tellFrame();
+
+  WindowSpec spec_;
+  ViewNode::Emit emit_;
+  std::unique_ptr<ViewNode> root_;
+  QScrollArea* scroll_ = nullptr;  ///< where the height follows the content: it may not fit the display
+};
+
+}  // namespace kestrelune
