@@ -40,7 +40,7 @@ std::optional<Configuration> launchConfiguration(const Environment& environment)
   try {
     return Configuration::resolve(environment);
   } catch (const RuntimeError&) {
-    system::printErrorLine("KESTRELUNE_DRY_RUN requires distinct, explicit status and heartbeat paths.");
+    system::printErrorLine(Configuration::kRefusal);
     return std::nullopt;
   }
 }
