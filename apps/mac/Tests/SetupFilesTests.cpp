@@ -1,10 +1,16 @@
 #include "SetupFiles.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
 #include <functional>
 #include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -261,6 +267,61 @@ TEST_F(SetupFilesTest, EachCallMayFailOnce) {
       expectWhole(context);
     }
   }
+}
+
+/// On the real system: runtimes and helpers of ever newer versions, each placed by a process that is killed somewhere.
+TEST(SetupFilesKilledTest, KilledAtAnyMomentItLeavesWhatWorksAndTheNextRunRepairsIt) {
+  constexpr int kTimes = 500;
+  TestFolder folder;
+  Files& files = systemFiles();
+  const HelperFiles place{folder.url("root"), files};
+  const auto contentOf = [](const std::string& what, int version) {
+    return what + std::to_string(version) + std::string(200000, 'x') + "end";
+  };
+  std::minstd_rand random(7);
+  int killed = 0;
+  double longest = 0.001;
+  std::string oldNode, oldHelper;
+  for (int i = 0; i <= kTimes; ++i) {
+    const std::string node = contentOf("node", i), helper = contentOf("helper", i);
+    folder.write("node", node);
+    files.chmod(folder.path("node"), 0755);
+    folder.write("helper", helper);
+    HelperPayload payload;
+    payload.helperURL = folder.url("helper");
+    payload.helperSHA256 = sha256(helper);
+    payload.nodeURLs[HelperArchitecture::x64] = folder.url("node");
+    payload.nodeVersion = "v1." + std::to_string(i) + ".0";
+    const auto run = [&] { place.place(payload, HelperArchitecture::x64, true); };
+    const double wait = std::uniform_real_distribution<>(0, longest)(random);
+
+    if (i > 0) {
+      const pid_t child = fork();
+      if (child == 0) {
+        run();
+        _exit(0);
+      }
+      usleep(static_cast<useconds_t>(wait * 1e6));
+      kill(child, SIGKILL);
+      int status = 0;
+      waitpid(child, &status, 0);
+      killed += WIFSIGNALED(status);
+      const std::string linked = folder.read("root/node/current/bin/node");
+      ASSERT_TRUE(linked == oldNode || linked == node) << i;
+      ASSERT_TRUE(isExecutableFile(files, place.node().path())) << i;
+      const std::string installed = folder.read("root/helper/kestrelune-runner.mjs");
+      ASSERT_TRUE(installed == oldHelper || installed == helper) << i;
+      ASSERT_EQ(folder.read("root/bin/kestrelune"), HelperFiles::wrapper(place.root));
+    }
+    const auto start = std::chrono::steady_clock::now();
+    run();
+    if (i == 0) longest = 1.2 * std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    ASSERT_EQ(folder.read("root/node/current/bin/node"), node);
+    ASSERT_EQ(folder.read("root/helper/kestrelune-runner.mjs"), helper);
+    if (i > 0) std::filesystem::remove_all(folder.path("root/node/node-v1." + std::to_string(i - 1) + ".0-darwin-x64"));
+    oldNode = node, oldHelper = helper;
+  }
+  EXPECT_GT(killed, kTimes / 2) << "most of them must have been in the middle";
 }
 
 TEST(SetupLauncherTest, RunsWhateverThePathHolds) {
