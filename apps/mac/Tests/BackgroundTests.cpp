@@ -1,7 +1,9 @@
 #include "Background.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
@@ -218,6 +220,59 @@ TEST_F(BackgroundTest, TheAliasIsALinkToTheRuntime) {
   std::filesystem::create_directories(alias.appending("in the way").path());
   EXPECT_EQ(BackgroundProcess::executable(node, files), node);
   EXPECT_EQ(BackgroundProcess::executable(folder.url("missing"), files), folder.url("missing"));
+}
+
+/// A real loop on which seconds are milliseconds.
+class HurriedLoop final : public RunLoop {
+ public:
+  void post(Work work) override { loop_->post(std::move(work)); }
+  Timer after(double seconds, Work work) override { return loop_->after(seconds / 1000, std::move(work)); }
+  Timer every(double seconds, Work work) override { return loop_->every(seconds / 1000, std::move(work)); }
+  void background(Work work) override { loop_->background(std::move(work)); }
+  std::unique_ptr<Subscription> watch(int descriptor, Work work) override {
+    return loop_->watch(descriptor, std::move(work));
+  }
+  std::unique_ptr<Subscription> onSignal(int signal, Work work) override {
+    return loop_->onSignal(signal, std::move(work));
+  }
+  void run() override { loop_->run(); }
+  void stop() override { loop_->stop(); }
+
+ private:
+  std::unique_ptr<RunLoop> loop_ = makePollRunLoop();
+};
+
+TEST_F(BackgroundTest, TwoHundredRealExitsInARowLeaveNothingBehind) {
+  constexpr int kTimes = 200;
+  folder.write("root/node/node-v1/bin/node",
+               "#!/bin/sh\necho \"$2\"\nn=$(wc -l <'" + folder.path("root/runner/logs/helper.log") + "')\n[ $n -ge " +
+                   std::to_string(kTimes) +
+                   " ] && exec sleep 60\ncase $((n % 3)) in 0) exit 75;; 1) exit 1;; 2) kill -9 $$;; esac\n");
+  const auto descriptors = [] {
+    const std::filesystem::directory_iterator entries("/proc/self/fd");
+    return std::distance(begin(entries), std::filesystem::end(entries));
+  };
+  const auto logLines = [this] {
+    const std::string log = folder.read("root/runner/logs/helper.log");
+    return std::count(log.begin(), log.end(), '\n');
+  };
+  HurriedLoop real;
+  const auto launcher = makeTaskLauncher(real);
+  const SystemClock systemClock;
+  const auto before = descriptors();
+  BackgroundProcess process(configuration,
+                            {real, systemClock, systemFiles(), *launcher, [](const std::string&) {}, ""});
+  process.start();
+  Timer check = real.every(20, [&] {
+    if (logLines() >= kTimes && process.running()) process.stop();
+    if (logLines() >= kTimes && !process.running()) real.stop();
+  });
+  const Timer limit = real.after(30000, [&] { real.stop(); });
+  real.run();
+  EXPECT_EQ(logLines(), kTimes);
+  EXPECT_FALSE(process.running());
+  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child or a zombie is left";
+  EXPECT_EQ(descriptors(), before);
 }
 
 TEST(BackgroundEnvironmentTest, PathHomeAndLanguage) {
