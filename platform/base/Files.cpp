@@ -43,13 +43,24 @@ Outcome<std::string> readOpen(Files& files, int descriptor, std::size_t limit) {
   return {std::move(bytes), 0};
 }
 
-int copyWhole(Files& files, int from, int to) {
+int copyThroughHere(Files& files, int from, int to) {
   std::string piece(kCopyPiece, '\0');
   while (true) {
     const Outcome<std::size_t> got = files.read(from, piece.data(), piece.size());
     if (!got) return got.error;
     if (got.value == 0) return 0;
     if (const int error = writeWhole(files, to, std::string_view(piece).substr(0, got.value)); error != 0) return error;
+  }
+}
+
+int copyWhole(Files& files, int from, int to) {
+  while (true) {
+    const Outcome<std::size_t> copied = files.copy(from, to, kCopyPiece);
+    const int error = copied.error;
+    // From where it stopped. Some kernels also say that a file is empty when they can't copy it.
+    if (error == EINVAL || error == EXDEV || error == ENOSYS || error == EOPNOTSUPP || (copied && copied.value == 0))
+      return copyThroughHere(files, from, to);
+    if (!copied) return error;
   }
 }
 

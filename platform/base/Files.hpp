@@ -38,6 +38,9 @@ class Files {
   virtual Outcome<int> open(const std::string& path, int flags, mode_t mode) = 0;
   virtual Outcome<std::size_t> read(int descriptor, char* buffer, std::size_t size) = 0;
   virtual Outcome<std::size_t> write(int descriptor, const char* bytes, std::size_t size) = 0;
+  /// Copies at most `size` bytes from one file's offset to the other's without bringing them here (copy_file_range);
+  /// 0 at the end. EINVAL, EXDEV, ENOSYS or EOPNOTSUPP where the file systems can't.
+  virtual Outcome<std::size_t> copy(int from, int to, std::size_t size) = 0;
   virtual int fchmod(int descriptor, mode_t mode) = 0;
   virtual int fsync(int descriptor) = 0;
   virtual int close(int descriptor) = 0;

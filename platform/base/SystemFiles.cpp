@@ -61,6 +61,9 @@ class SystemFiles final : public Files {
   Outcome<std::size_t> write(int descriptor, const char* bytes, std::size_t size) override {
     return outcome<std::size_t>(::write(descriptor, bytes, size));
   }
+  Outcome<std::size_t> copy(int from, int to, std::size_t size) override {
+    return outcome<std::size_t>(repeated([&] { return ::copy_file_range(from, nullptr, to, nullptr, size, 0); }));
+  }
   int fchmod(int descriptor, mode_t mode) override {
     return errorOf(repeated([&] { return ::fchmod(descriptor, mode); }));
   }

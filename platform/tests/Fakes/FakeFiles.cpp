@@ -226,6 +226,19 @@ Outcome<std::size_t> FakeFiles::write(int descriptor, const char* bytes, std::si
   return {count, 0};
 }
 
+Outcome<std::size_t> FakeFiles::copy(int from, int to, std::size_t size) {
+  if (const int error = step("copy")) return {0, error};
+  if (!copies) return {0, EXDEV};
+  Open& source = descriptors_.at(from);
+  Open& target = descriptors_.at(to);
+  const std::string piece = source.node->content.substr(source.offset, std::min(size, mostPerWrite));
+  target.node->content.replace(target.offset, piece.size(), piece);
+  source.offset += piece.size();
+  target.offset += piece.size();
+  target.node->changed = ++time_;
+  return {piece.size(), 0};
+}
+
 int FakeFiles::fchmod(int descriptor, mode_t mode) {
   if (const int error = step("fchmod")) return error;
   descriptors_.at(descriptor).node->mode = mode;

@@ -52,11 +52,13 @@ class FakeFiles final : public Files {
   void cutPower(Cut cut);
 
   std::size_t mostPerWrite = SIZE_MAX;
+  bool copies = true;  ///< `copy` works
   std::set<pid_t> alive;
 
   Outcome<int> open(const std::string& path, int flags, mode_t mode) override;
   Outcome<std::size_t> read(int descriptor, char* buffer, std::size_t size) override;
   Outcome<std::size_t> write(int descriptor, const char* bytes, std::size_t size) override;
+  Outcome<std::size_t> copy(int from, int to, std::size_t size) override;
   int fchmod(int descriptor, mode_t mode) override;
   int fsync(int descriptor) override;
   int close(int descriptor) override;

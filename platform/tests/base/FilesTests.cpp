@@ -146,6 +146,13 @@ TEST_F(PlacingTest, NoCrashAndNoPowerCutLeavesAPartOfAFile) {
   }
 }
 
+TEST_F(PlacingTest, FileSystemsThatCannotCopyByThemselvesGetThePiecesFromHere) {
+  layOut();
+  files.copies = false;
+  EXPECT_EQ(place(true), 0);
+  EXPECT_EQ(files.content("/f/name"), "new");
+}
+
 TEST_F(PlacingTest, AFolderThatCannotBeSyncedIsTolerated) {
   const int count = callCount(false);
   for (const int error : {EINVAL, ENOTSUP}) {
