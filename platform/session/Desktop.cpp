@@ -5,14 +5,18 @@
 #include "base/Clock.hpp"
 #include "base/System.hpp"
 #include "session/ActivationToken.hpp"
-#include "session/DesktopAbsent.hpp"
+#include "session/Bus.hpp"
+#include "session/DesktopFileManager.hpp"
 #include "session/DesktopLoginItem.hpp"
+#include "session/DesktopNotifications.hpp"
 #include "session/DesktopTerminal.hpp"
 #include "session/DesktopWorkspace.hpp"
 #include "session/ScreenAlert.hpp"
 #include "session/ScreenChannel.hpp"
 #include "session/ScreenLink.hpp"
 #include "session/ScreenWindows.hpp"
+#include "session/SessionRunLoop.hpp"
+#include "session/StatusItemPresenter.hpp"
 
 namespace kestrelune {
 namespace {
@@ -22,28 +26,25 @@ std::string firstLanguage() {
   return languages.empty() ? "en" : languages.front();
 }
 
-/// Without one on the bus the folder is opened instead.
-DesktopWorkspace::ShowFile noFileManager(RunLoop& loop) {
-  return [&loop](const Url&, std::function<void(bool)> answer) {
-    loop.post([answer = std::move(answer)] { answer(false); });
-  };
-}
-
 class DesktopSession final : public Session {
  public:
-  DesktopSession(RunLoop& loop, TaskLauncher& launcher, const DesktopOptions& options)
+  DesktopSession(SessionRunLoop& loop, TaskLauncher& launcher, const DesktopOptions& options)
       : environment_(environmentForChildren(system::environment())),
+        bus_(loop),
         display_(ScreenLink::Display::of(environment_)),
         link_(loop, clock_, makeScreenStarter(loop, launcher, options.screenProgram.path(), environment_), display_,
               firstLanguage()),
+        statusItem_(loop, bus_, link_, activation_),
         windows_(loop, clock_, link_, activation_),
         alert_(loop, link_),
         pasteboard_(loop, link_),
-        notifications_(loop),
+        notifications_(bus_, activation_),
+        fileManager_(bus_),
         loginItem_(systemFiles(), system::configFolder().path(), options.launcher, options.dryRun),
         terminal_(launcher, loop, systemFiles(), environment_, display_.exists, options.dryRun),
-        workspace_(noFileManager(loop), loop, launcher, systemFiles(), terminal_, environment_,
-                   system::homeFolder().path(), options.dryRun) {}
+        workspace_(
+            [this](const Url& file, std::function<void(bool)> answer) { fileManager_.show(file, std::move(answer)); },
+            loop, launcher, systemFiles(), terminal_, environment_, system::homeFolder().path(), options.dryRun) {}
 
   StatusItem& statusItem() override { return statusItem_; }
   Windows& windows() override { return windows_; }
@@ -57,14 +58,16 @@ class DesktopSession final : public Session {
  private:
   SystemClock clock_;
   const Environment environment_;
+  Bus bus_;
   const ScreenLink::Display display_;
   ActivationToken activation_{clock_};
   ScreenLink link_;
-  AbsentStatusItem statusItem_;
+  StatusItemPresenter statusItem_;
   ScreenWindows windows_;
   ScreenAlert alert_;
   ScreenPasteboard pasteboard_;
-  AbsentNotifications notifications_;
+  DesktopNotifications notifications_;
+  DesktopFileManager fileManager_;
   DesktopLoginItem loginItem_;
   DesktopTerminal terminal_;
   DesktopWorkspace workspace_;
@@ -73,7 +76,7 @@ class DesktopSession final : public Session {
 }  // namespace
 
 std::unique_ptr<Session> makeDesktopSession(RunLoop& loop, TaskLauncher& launcher, DesktopOptions options) {
-  return std::make_unique<DesktopSession>(loop, launcher, options);
+  return std::make_unique<DesktopSession>(static_cast<SessionRunLoop&>(loop), launcher, options);
 }
 
 }  // namespace kestrelune

@@ -21,7 +21,7 @@ struct DesktopOptions {
 
 /// The session of this desktop: status item, menu, notifications over the session bus; windows, questions and the
 /// clipboard through the screen, which is started when something must be shown. Works, with less, where there is no
-/// bus or no display, and picks up a bus peer that comes late or comes back.
+/// bus or no display, and picks up a bus peer that comes late or comes back. `loop` is one of `makeSessionRunLoop`.
 std::unique_ptr<Session> makeDesktopSession(RunLoop& loop, TaskLauncher& launcher, DesktopOptions options);
 
 }  // namespace kestrelune

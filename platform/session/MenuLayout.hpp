@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/MenuTree.hpp"
+
+namespace kestrelune {
+
+/// A menu as it is exported: plain items with numbers. An entry keeps its number for as long as it is there, and no
+/// number is ever used again for another one.
+class MenuLayout {
+ public:
+  struct Item {
+    std::string label;
+    bool separator = false;
+    bool enabled = true;
+    std::optional<bool> checked;
+    std::string key;  ///< pressed with Control; empty: none
+    std::optional<MenuChoice> choice;
+    std::vector<std::int32_t> children;
+
+    bool operator==(const Item&) const = default;
+  };
+
+  static constexpr std::int32_t kRoot = 0;
+  /// Hosts get no deeper menus: a bus library refuses a reply that nests too much, and the connection with it.
+  static constexpr int kDeepest = 8;
+  /// Characters of a label; what lies beyond is cut.
+  static constexpr std::size_t kLongestLabel = 200;
+
+  MenuLayout();
+  /// Returns whether anything that a host sees has changed.
+  bool setMenu(const MenuTree& menu);
+  /// Null for a number that isn't in use.
+  const Item* find(std::int32_t id) const;
+  const std::map<std::int32_t, Item>& items() const { return items_; }
+
+ private:
+  struct Names;
+  void add(std::int32_t parent, const std::string& path, const MenuTree& rows, int level, Names& names);
+  void addAttention(std::int32_t id, const std::string& path, const MenuRow& row, Names& names);
+  std::int32_t append(std::int32_t parent, const std::string& identity, Item item, Names& names);
+
+  std::map<std::int32_t, Item> items_;
+  std::map<std::string, std::int32_t> numbers_;  ///< of the present entries, by what they are and where
+  std::int32_t last_ = kRoot;
+};
+
+/// The label of a row for a host: title and detail, underscores doubled, one line, cut to a sane length.
+std::string exportedLabel(const std::string& title, const std::string& detail);
+
+}  // namespace kestrelune

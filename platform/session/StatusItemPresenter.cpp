@@ -1,0 +1,123 @@
+#include "session/StatusItemPresenter.hpp"
+
+#include <utility>
+
+namespace kestrelune {
+namespace {
+
+/// How long a host may take to come, or to come back, before the screen steps in.
+constexpr double kPatience = 1.5;
+
+}  // namespace
+
+StatusItemPresenter::StatusItemPresenter(RunLoop& loop, Bus& bus, ScreenPort& screen, ActivationToken& activation)
+    : loop_(loop),
+      screen_(screen),
+      exported_(bus, {.willOpen =
+                          [this] {
+                            if (events_.menuWillOpen) events_.menuWillOpen();
+                          },
+                      .chosen =
+                          [this](const MenuChoice& choice) {
+                            if (events_.chosen) events_.chosen(choice);
+                          }}),
+      item_(bus, {.hostChanged = [this](bool) { hostChanged(); },
+                  .activated =
+                      [this](int x, int y) {
+                        // A host that doesn't know the place says the corner; the pointer is a better guess.
+                        openAt(x == 0 && y == 0 ? messages::MenuPlace{} : messages::MenuPlace{.x = x, .y = y});
+                      },
+                  .secondaryActivated =
+                      [this] {
+                        if (events_.activated) events_.activated();
+                      },
+                  .token = [&activation](std::string token) { activation.provide(std::move(token)); }}) {
+  screenListening_ = screen_.listen({.started = [this](const messages::Ready& ready) { screenStarted(ready); },
+                                     .received = [this](const messages::Up& message) { screenSaid(message); },
+                                     .lost = [this] { screenLost(); }});
+  item_.setItemIsMenu(!screen_.placesPopups());
+  patience_ = loop_.after(Bus::userAddress().empty() ? 0 : kPatience, [this] { choose(); });
+}
+
+void StatusItemPresenter::show(const StatusItemLook& look) {
+  if (look_ == look) return;
+  look_ = look;
+  item_.show(look);
+  if (onScreen_) showOnScreen(true);
+}
+
+void StatusItemPresenter::setMenu(const MenuTree& menu) {
+  menu_ = menu;
+  exported_.setMenu(menu);
+  if (openMenu_) screen_.send(messages::UpdateMenu{.id = *openMenu_, .menu = menu});
+}
+
+void StatusItemPresenter::hostChanged() {
+  if (item_.hasHost()) {
+    patience_.reset();
+    return choose();
+  }
+  // A panel that restarts is back in a moment.
+  patience_ = loop_.after(kPatience, [this] { choose(); });
+}
+
+void StatusItemPresenter::choose() {
+  const bool onScreen = !item_.hasHost() && screen_.hasDisplay();
+  if (onScreen == onScreen_) return;
+  onScreen_ = onScreen;
+  showOnScreen(onScreen);
+}
+
+void StatusItemPresenter::showOnScreen(bool visible) {
+  if (visible && !look_) return;
+  if (screen_.running()) {
+    screen_.send(messages::ShowStatusItem{.visible = visible, .look = look_.value_or(StatusItemLook{})});
+  } else if (visible) {
+    screen_.ensure();
+  }
+}
+
+void StatusItemPresenter::openAt(messages::MenuPlace place) {
+  if (events_.menuWillOpen) events_.menuWillOpen();
+  if (!screen_.hasDisplay()) return;
+  wanted_ = place;
+  if (screen_.running()) {
+    sendMenu();
+  } else {
+    screen_.ensure();
+  }
+}
+
+void StatusItemPresenter::sendMenu() {
+  openMenu_ = ++lastMenu_;
+  screen_.send(messages::ShowMenu{.id = *openMenu_, .menu = menu_, .place = *std::exchange(wanted_, std::nullopt)});
+}
+
+void StatusItemPresenter::cancelTracking() {
+  wanted_.reset();
+  if (openMenu_) screen_.send(messages::CloseMenu{});
+  openMenu_.reset();
+}
+
+void StatusItemPresenter::screenStarted(const messages::Ready& ready) {
+  item_.setItemIsMenu(!ready.placesPopups);
+  if (onScreen_) showOnScreen(true);
+  if (wanted_) sendMenu();
+}
+
+void StatusItemPresenter::screenSaid(const messages::Up& message) {
+  if (std::holds_alternative<messages::StatusItemClicked>(message)) {
+    openAt({});
+  } else if (const auto* closed = std::get_if<messages::MenuClosed>(&message)) {
+    if (openMenu_ == closed->id) openMenu_.reset();
+  } else if (const auto* chosen = std::get_if<messages::MenuChosen>(&message)) {
+    if (chosen->id == lastMenu_ && events_.chosen) events_.chosen(chosen->choice);
+  }
+}
+
+void StatusItemPresenter::screenLost() {
+  openMenu_.reset();
+  if (onScreen_) screen_.ensure();
+}
+
+}  // namespace kestrelune
