@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <exception>
+#include <limits>
 #include <mutex>
 #include <system_error>
 #include <utility>
@@ -50,12 +51,11 @@ std::exception_ptr& thrown() {
 }
 
 template <class Work>
-int guarded(sd_event_source* source, const Work& work) {
+int guarded(const Work& work) {
   try {
     work();
   } catch (...) {
     thrown() = std::current_exception();
-    sd_event_exit(sd_event_source_get_event(source), 0);
   }
   return 0;
 }
@@ -92,9 +92,9 @@ std::unique_ptr<EventSubscription> makeSubscription(RunLoop::Work work) {
   return std::make_unique<EventSubscription>(std::move(entry));
 }
 
-int runEntry(sd_event_source* source, void* data) {
+int runEntry(sd_event_source*, void* data) {
   const std::shared_ptr<Entry> entry = static_cast<Entry*>(data)->self;
-  return guarded(source, entry->work);
+  return guarded(entry->work);
 }
 
 int timeCame(sd_event_source* source, std::uint64_t, void* data) {
@@ -141,8 +141,8 @@ class PostBox {
   }
 
  private:
-  static int woken(sd_event_source* source, int, std::uint32_t, void* data) {
-    return guarded(source, [box = static_cast<PostBox*>(data)] { box->deliver(); });
+  static int woken(sd_event_source*, int, std::uint32_t, void* data) {
+    return guarded([box = static_cast<PostBox*>(data)] { box->deliver(); });
   }
 
   void deliver() {
@@ -220,16 +220,16 @@ std::unique_ptr<Subscription> SessionRunLoop::onSignal(int signal, Work work) {
 }
 
 void SessionRunLoop::run() {
-  if (stopped_) return;
-  const int result = sd_event_loop(event_);
-  if (std::exception_ptr exception = std::exchange(thrown(), nullptr)) std::rethrow_exception(exception);
-  check(result, "sd_event_loop");
+  // Not `sd_event_loop` and its exit: on that way out the bus would be waited for, and a mute one would hold up the
+  // end.
+  while (!stopped_) {
+    const int result = sd_event_run(event_, std::numeric_limits<std::uint64_t>::max());
+    if (std::exception_ptr exception = std::exchange(thrown(), nullptr)) std::rethrow_exception(exception);
+    check(result, "sd_event_run");
+  }
 }
 
-void SessionRunLoop::stop() {
-  stopped_ = true;
-  sd_event_exit(event_, 0);
-}
+void SessionRunLoop::stop() { stopped_ = true; }
 
 std::unique_ptr<RunLoop> makeSessionRunLoop() { return std::make_unique<SessionRunLoop>(); }
 

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "base/Text.hpp"
 #include "session/MenuExport.hpp"
 
 namespace kestrelune {
@@ -26,6 +27,12 @@ int appendPixmaps(sd_bus_message* to, const std::vector<Pixmap>& pixmaps) {
     result |= sd_bus_message_close_container(to);
   }
   return result | sd_bus_message_close_container(to);
+}
+
+/// Hosts may read markup in a tool tip's text, and text from a file is never markup.
+std::string withoutMarkup(const std::string& text) {
+  std::string plain = text::replacedAll(text, "&", "&amp;");
+  return text::replacedAll(text::replacedAll(std::move(plain), "<", "&lt;"), ">", "&gt;");
 }
 
 }  // namespace
@@ -59,7 +66,7 @@ struct StatusNotifierItem::Methods {
     int result = sd_bus_message_open_container(reply, 'r', "sa(iiay)ss");
     result |= sd_bus_message_append(reply, "s", "");
     result |= appendPixmaps(reply, {});
-    result |= sd_bus_message_append(reply, "ss", look.toolTip.c_str(), look.pill.c_str());
+    result |= sd_bus_message_append(reply, "ss", look.toolTip.c_str(), withoutMarkup(look.pill).c_str());
     return result | sd_bus_message_close_container(reply);
   }
 

@@ -225,9 +225,11 @@ class Desktop:
 
     def write_status(self, scene="all-ready.json", **changes):
         """One status that stays as it is: no helper rewrites it, its process is this one."""
-        process = self.helper(scene)
+        draft = self.folder / "draft.json"
+        draft.unlink(missing_ok=True)
+        process = self.helper(scene, draft)
         process.end()
-        status = {**json.loads(self.status.read_text()), "pid": os.getpid(), **changes}
+        status = {**json.loads(draft.read_text()), "pid": os.getpid(), **changes}
         temporary = self.status.with_suffix(".new")
         temporary.write_text(json.dumps(status))
         temporary.rename(self.status)

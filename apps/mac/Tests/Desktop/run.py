@@ -3,6 +3,7 @@
 import runner
 import test_inspect  # noqa: F401
 import test_process  # noqa: F401
+import test_roads  # noqa: F401
 import test_status_item  # noqa: F401
 
 if __name__ == "__main__":
