@@ -1,0 +1,129 @@
+#include "base/Json.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "base/Messages.hpp"
+
+namespace kestrelune {
+namespace {
+
+TEST(Json, RefusesWhatIsNoJsonWithoutACrash) {
+  const std::string rows[] = {"",
+                              " ",
+                              "{",
+                              "{\"a\":}",
+                              "[1,]",
+                              "{} x",
+                              "nul",
+                              "NaN",
+                              "'a'",
+                              "{\"a\" 1}",
+                              "\"\xff\"",
+                              "\"\xed\xa0\x80\"",
+                              "\"a\nb\"",
+                              "01",
+                              "[1}",
+                              "{\"a\":1,\"a\"",
+                              std::string(100'000, '['),
+                              std::string(100'000, '{'),
+                              "\xef\xbb"};
+  for (const std::string& text : rows) EXPECT_THROW(Json::parse(text), JsonError) << text.substr(0, 20);
+  EXPECT_NO_THROW(Json::parse(std::string(512, '[') + std::string(512, ']')));
+  EXPECT_THROW(Json::parse(std::string(513, '[') + std::string(513, ']')), JsonError);
+}
+
+TEST(Json, WritesSortedAndCompactAndReadsItBack) {
+  const std::string text = R"({"b":[1,-2.5,true,null,"\u0001\"\\ü🔥"],"a":{"z":{},"y":[]},"c":1e300})";
+  const Json json = Json::parse(text);
+  EXPECT_EQ(json.write(), R"({"a":{"y":[],"z":{}},"b":[1,-2.5,true,null,"\u0001\"\\ü🔥"],"c":1e+300})");
+  EXPECT_EQ(Json::parse(json.write()), json);
+  EXPECT_EQ(Json(std::string("a\xff")).write(), "\"a\xEF\xBF\xBD\"");
+  EXPECT_EQ(Json(NAN).write(), "null");
+  EXPECT_EQ(*Json::parse(R"({"a":1,"a":2})").find("a")->integer(), 2);
+}
+
+TEST(Json, NumbersAreIntegersWhenTheirValueIs) {
+  struct Row {
+    const char* text;
+    std::optional<std::int32_t> narrow;
+    std::optional<std::int64_t> wide;
+  };
+  const std::int64_t most = std::numeric_limits<std::int64_t>::max();
+  const Row rows[] = {
+      {"1.0", 1, 1},
+      {"1e3", 1000, 1000},
+      {"-0", 0, 0},
+      {"2147483647", 2147483647, 2147483647},
+      {"2147483648", {}, 2147483648},
+      {"9223372036854775807", {}, most},
+      {"9223372036854775808", {}, {}},
+      {"1.5", {}, {}},
+      {"\"1\"", {}, {}},
+      {"true", {}, {}},
+  };
+  const auto decoded = [](const char* text, auto value) -> std::optional<decltype(value)> {
+    try {
+      decodeJson(Json::parse(text), value);
+      return value;
+    } catch (const JsonError&) {
+      return std::nullopt;
+    }
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(decoded(row.text, std::int32_t{}), row.narrow) << row.text;
+    EXPECT_EQ(decoded(row.text, std::int64_t{}), row.wide) << row.text;
+  }
+}
+
+/// One message of each shape, with what travels least often.
+std::vector<messages::Down> richMessages() {
+  const MenuRow row{
+      .form = MenuRow::Form::attention, .title = "ü_&", .enabled = true, .checked = false, .children = {{}}};
+  const View view{.kind = View::Kind::panel,
+                  .role = View::Role::monospaced,
+                  .enabled = false,
+                  .spacing = 0,
+                  .children = {{.kind = View::Kind::field, .icon = View::Icon::folder, .count = -1}}};
+  return {messages::Hello{.language = "de"},
+          messages::ShowWindow{{.id = "w", .frame = Rect{-5, 0, 1, 1}}, view, "token"},
+          messages::Ask{3, {.title = "?", .buttons = {"a", "b"}, .field = Question::Field{.multiline = true}}},
+          messages::ShowMenu{2, {row}, {.x = 0, .y = -7}},
+          messages::ShowStatusItem{true, {.dot = {1, 2, 255}, .pill = "p", .tone = StatusItemLook::PillTone::running}},
+          messages::Copy{"line\nline"},
+          messages::Quit{}};
+}
+
+TEST(Messages, TravelWholeAndNoPartOfOnePasses) {
+  for (const messages::Down& message : richMessages()) {
+    const std::string line = messages::encode(message);
+    EXPECT_EQ(line.find('\n'), line.size() - 1);
+    EXPECT_EQ(messages::decodeDown(line), message) << line;
+    for (std::size_t length = 0; length + 1 < line.size(); ++length) {
+      EXPECT_THROW(messages::decodeDown(line.substr(0, length)), JsonError);
+    }
+  }
+  const messages::Up answer = messages::Answered{.id = 1, .button = 0, .text = "t"};
+  EXPECT_EQ(messages::decodeUp(messages::encode(answer)), answer);
+}
+
+TEST(Messages, HostileOnesAreRefused) {
+  std::string deep = R"({"type":"showWindow","tree":)";
+  for (int i = 0; i < 100; ++i) deep += R"({"children":[)";
+  for (int i = 0; i < 100; ++i) deep += "]}";
+  deep += "}";
+  for (const std::string& line :
+       {std::string("{}"), std::string("[]"), std::string(R"({"type":1})"), std::string(R"({"type":"odd"})"),
+        std::string(R"({"type":"showMenu","menu":{}})"), std::string(R"({"type":"showMenu","menu":[{"form":6}]})"),
+        std::string(R"({"type":"showMenu","id":"1"})"), std::string(R"({"type":"showWindow","tree":{"kind":-1}})"),
+        deep}) {
+    EXPECT_THROW(messages::decodeDown(line), JsonError) << line.substr(0, 60);
+  }
+  EXPECT_EQ(messages::decodeDown(R"({"type":"quit","more":{}})"), messages::Down(messages::Quit{}));
+  EXPECT_EQ(std::get<messages::Ready>(messages::decodeUp(R"({"type":"ready"})")).version, 0)
+      << "a version is never assumed";
+}
+
+}  // namespace
+}  // namespace kestrelune
