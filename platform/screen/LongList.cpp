@@ -23,6 +23,8 @@ LongList::LongList(const ViewNode::Emit& emit) : emit_(emit) {
   setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   setFocusPolicy(Qt::NoFocus);
   viewport()->setAutoFillBackground(false);
+  // A viewport is ground for entered text, and labels on it would take that colour.
+  viewport()->setBackgroundRole(QPalette::Window);
 }
 
 void LongList::setRows(const std::vector<View>& rows, int padding, int spacing) {
