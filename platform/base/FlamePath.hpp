@@ -31,11 +31,11 @@ inline constexpr std::array<Curve, 6> kBodyCurves{{
     {{10.5, 7.3}, {11.5, 4.0}, {10.9, 0.5}},
 }};
 inline constexpr std::array<Curve, 4> kTongueCurves{{
-    {{11.7, 13.0}, {13.7, 13.8}, {13.7, 16.0}},
-    {{13.7, 17.4}, {12.6, 18.3}, {11.1, 18.3}},
-    {{9.5, 18.3}, {8.4, 17.3}, {8.4, 15.9}},
-    {{8.4, 14.0}, {10.9, 13.3}, {11.2, 11.2}},
+    {{11.0, 12.3}, {13.2, 13.3}, {13.2, 15.7}},
+    {{13.2, 17.2}, {12.1, 18.2}, {10.6, 18.2}},
+    {{9.0, 18.2}, {7.8, 17.2}, {7.8, 15.6}},
+    {{7.8, 13.4}, {10.2, 12.5}, {10.5, 10.0}},
 }};
-inline constexpr std::array<Contour, 2> kContours{{{{10.9, 0.5}, kBodyCurves}, {{11.2, 11.2}, kTongueCurves}}};
+inline constexpr std::array<Contour, 2> kContours{{{{10.9, 0.5}, kBodyCurves}, {{10.5, 10.0}, kTongueCurves}}};
 
 }  // namespace kestrelune::flame

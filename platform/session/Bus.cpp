@@ -206,6 +206,8 @@ class Bus::NameWatch final : public Subscription {
   NameWatch(Bus& bus, std::string name, std::function<void(const std::string&)> appeared,
             std::function<void()> vanished)
       : bus_(bus), name_(std::move(name)), appeared_(std::move(appeared)), vanished_(std::move(vanished)) {
+    // Whoever has a unique name was there to tell it, and may be gone before we could look.
+    if (name_.starts_with(':')) owner_ = name_;
     membership_ = bus.listen({[this] { begin(); }, [this] { end(); }});
   }
   ~NameWatch() override { *alive_ = false; }
@@ -226,8 +228,9 @@ class Bus::NameWatch final : public Subscription {
     if (question) sd_bus_message_append(question.get(), "s", name_.c_str());
     question_ = bus_.call(std::move(question), kNameTimeout, [this](sd_bus_message* reply) {
       const char* owner = nullptr;
-      if (reply && !sd_bus_message_is_method_error(reply, nullptr) && sd_bus_message_read(reply, "s", &owner) > 0)
-        become(owner);
+      if (!reply) return;
+      if (sd_bus_message_is_method_error(reply, SD_BUS_ERROR_NAME_HAS_NO_OWNER)) return become("");
+      if (!sd_bus_message_is_method_error(reply, nullptr) && sd_bus_message_read(reply, "s", &owner) > 0) become(owner);
     });
   }
 

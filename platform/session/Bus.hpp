@@ -38,6 +38,8 @@ class Bus {
   Bus& operator=(const Bus&) = delete;
 
   SessionRunLoop& loop() { return loop_; }
+  /// False where there is no bus and never will be.
+  bool mayCome() const { return !address_.empty(); }
   /// Null while there is no connection.
   sd_bus* connection() const;
   bool connected() const { return connection() != nullptr; }
@@ -47,7 +49,8 @@ class Bus {
   /// `connected` is called later even when the connection exists already.
   [[nodiscard]] std::unique_ptr<Subscription> listen(Handlers handlers);
   /// `appeared` gets the unique name of the owner, again when it changes; `vanished` follows when the name has no owner
-  /// any more or the bus is lost. Nothing is called while the name has never had an owner.
+  /// any more or the bus is lost. Nothing is called while the name has never had an owner; a unique name counts as one
+  /// that had.
   [[nodiscard]] std::unique_ptr<Subscription> watchName(std::string name,
                                                         std::function<void(const std::string& owner)> appeared,
                                                         std::function<void()> vanished);

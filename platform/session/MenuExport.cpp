@@ -102,8 +102,9 @@ struct MenuExport::Methods {
     std::int32_t parent = 0, depth = 0;
     if (sd_bus_message_read(call, "ii", &parent, &depth) < 0) return -EINVAL;
     const Wanted wanted = readNames(call);
-    const MenuExport& menu = of(data);
+    MenuExport& menu = of(data);
     if (!menu.layout_.find(parent)) return unknownItem(error, parent);
+    if (parent == MenuLayout::kRoot && menu.told_ == menu.revision_) menu.owesSignal_ = false;
     sd_bus_message* reply = nullptr;
     if (const int failed = sd_bus_message_new_method_return(call, &reply); failed < 0) return failed;
     int made = sd_bus_message_append(reply, "u", menu.revision_);
@@ -151,6 +152,9 @@ struct MenuExport::Methods {
     if (wanted == "toggle-type") return sd_bus_reply_method_return(call, "v", "s", item->checked ? "checkmark" : "");
     if (wanted == "toggle-state") {
       return sd_bus_reply_method_return(call, "v", "i", item->checked ? (*item->checked ? 1 : 0) : -1);
+    }
+    if (wanted == "shortcut" && !item->key.empty()) {
+      return sd_bus_reply_method_return(call, "v", "aas", 1, 2, "Control", item->key.c_str());
     }
     return sd_bus_error_setf(error, SD_BUS_ERROR_INVALID_ARGS, "No property %s", name);
   }
@@ -268,12 +272,13 @@ void MenuExport::changed() {
 bool MenuExport::aboutToShow(std::int32_t id) {
   if (id != MenuLayout::kRoot || open_) return false;
   const std::uint32_t before = revision_;
-  // The host learns of the change by this answer; a signal beside it would make it draw twice.
+  // The host learns of the change by this answer; a signal beside it would make it draw twice. One that doesn't mind
+  // the answer gets its signal when the menu closes.
   open_ = true;
   events_.willOpen();
   open_ = false;
   if (revision_ == before) return false;
-  owesSignal_ = false;
+  told_ = revision_;
   return true;
 }
 
@@ -299,10 +304,9 @@ bool MenuExport::event(std::int32_t id, const std::string& kind, const std::stri
   if (id == MenuLayout::kRoot && kind == "opened") opened(sender);
   if (id == MenuLayout::kRoot && kind == "closed") closed();
   if (kind != "clicked" || !item->choice) return true;
-  // A click closes the menu, whether or not the host says so.
-  const MenuChoice choice = *item->choice;
+  // A click closes the menu, whether or not the host says so. It acts in a later pass, when the host has its answer.
+  bus_.loop().post(lifetime_.guarded([this, choice = *item->choice] { events_.chosen(choice); }));
   closed();
-  events_.chosen(choice);
   return true;
 }
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "base/Lifetime.hpp"
 #include "session/Bus.hpp"
 #include "session/MenuLayout.hpp"
 
@@ -50,10 +51,12 @@ class MenuExport {
   std::uint32_t revision_ = 1;
   bool open_ = false;
   bool owesSignal_ = false;
+  std::uint32_t told_ = 0;  ///< the revision that a host was told of in an answer, and hasn't fetched yet
   sd_bus_slot* slot_ = nullptr;
   std::unique_ptr<Subscription> connection_;
   std::unique_ptr<Subscription> host_;  ///< of the open menu: when it goes, the menu has closed
   Timer forgotten_;
+  Lifetime lifetime_;
 };
 
 }  // namespace kestrelune

@@ -12,9 +12,9 @@ constexpr std::int32_t kLastNumber = 0x7ffffff0;
 
 std::string identityOf(const MenuRow& row) {
   std::string identity = std::to_string(static_cast<int>(row.form));
-  for (const std::string* part : {&row.represented, &row.settleKey}) identity += '\x1f' + *part;
-  // A switch that is represented by its opposite is the same switch still; a line without an action is its title.
-  if (row.represented.empty() && row.settleKey.empty()) identity += '\x1f' + row.title;
+  // What it says and what it does: a line whose state or detail changes is the same line still, but a click on "Tool:
+  // on" never lands on what has become "Tool: off", and no task inherits the number of another that leads to one place.
+  for (const std::string* part : {&row.title, &row.represented, &row.settleKey}) identity += '\x1f' + *part;
   return identity;
 }
 
@@ -90,7 +90,7 @@ void MenuLayout::add(std::int32_t parent, const std::string& path, const MenuTre
     const std::string identity = path + '\x1d' + identityOf(row);
     const std::int32_t id = append(parent, identity, std::move(item), names);
     if (row.form == MenuRow::Form::attention) {
-      addAttention(id, identity, row, names);
+      if (level < kDeepest) addAttention(id, identity, row, names);
     } else {
       add(id, identity, row.children, level + 1, names);
     }

@@ -7,6 +7,8 @@ namespace {
 
 /// How long a host may take to come, or to come back, before the screen steps in.
 constexpr double kPatience = 1.5;
+/// A menu that comes later than this after the click would only surprise.
+constexpr double kWishSeconds = 5;
 
 }  // namespace
 
@@ -36,7 +38,7 @@ StatusItemPresenter::StatusItemPresenter(RunLoop& loop, Bus& bus, ScreenPort& sc
                                      .received = [this](const messages::Up& message) { screenSaid(message); },
                                      .lost = [this] { screenLost(); }});
   item_.setItemIsMenu(!screen_.placesPopups());
-  patience_ = loop_.after(Bus::userAddress().empty() ? 0 : kPatience, [this] { choose(); });
+  patience_ = loop_.after(bus.mayCome() ? kPatience : 0, [this] { choose(); });
 }
 
 void StatusItemPresenter::show(const StatusItemLook& look) {
@@ -81,6 +83,7 @@ void StatusItemPresenter::openAt(messages::MenuPlace place) {
   if (events_.menuWillOpen) events_.menuWillOpen();
   if (!screen_.hasDisplay()) return;
   wanted_ = place;
+  wishEnds_ = loop_.after(kWishSeconds, [this] { wanted_.reset(); });
   if (screen_.running()) {
     sendMenu();
   } else {
@@ -90,11 +93,16 @@ void StatusItemPresenter::openAt(messages::MenuPlace place) {
 
 void StatusItemPresenter::sendMenu() {
   openMenu_ = ++lastMenu_;
-  screen_.send(messages::ShowMenu{.id = *openMenu_, .menu = menu_, .place = *std::exchange(wanted_, std::nullopt)});
+  screen_.send(messages::ShowMenu{.id = *openMenu_, .menu = menu_, .place = *wanted_});
+}
+
+void StatusItemPresenter::forgetWish() {
+  wanted_.reset();
+  wishEnds_.reset();
 }
 
 void StatusItemPresenter::cancelTracking() {
-  wanted_.reset();
+  forgetWish();
   if (openMenu_) screen_.send(messages::CloseMenu{});
   openMenu_.reset();
 }
@@ -108,8 +116,12 @@ void StatusItemPresenter::screenStarted(const messages::Ready& ready) {
 void StatusItemPresenter::screenSaid(const messages::Up& message) {
   if (std::holds_alternative<messages::StatusItemClicked>(message)) {
     openAt({});
+  } else if (const auto* opened = std::get_if<messages::MenuOpened>(&message)) {
+    if (openMenu_ == opened->id) forgetWish();
   } else if (const auto* closed = std::get_if<messages::MenuClosed>(&message)) {
-    if (openMenu_ == closed->id) openMenu_.reset();
+    if (openMenu_ != closed->id) return;
+    openMenu_.reset();
+    forgetWish();
   } else if (const auto* chosen = std::get_if<messages::MenuChosen>(&message)) {
     if (chosen->id == lastMenu_ && events_.chosen) events_.chosen(chosen->choice);
   }
@@ -117,7 +129,8 @@ void StatusItemPresenter::screenSaid(const messages::Up& message) {
 
 void StatusItemPresenter::screenLost() {
   openMenu_.reset();
-  if (onScreen_) screen_.ensure();
+  // A screen that ended by itself just as the menu was sent to it must not swallow the click.
+  if (onScreen_ || wanted_) screen_.ensure();
 }
 
 }  // namespace kestrelune

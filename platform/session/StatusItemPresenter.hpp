@@ -33,6 +33,7 @@ class StatusItemPresenter final : public StatusItem {
   void showOnScreen(bool visible);
   void openAt(messages::MenuPlace place);
   void sendMenu();
+  void forgetWish();
   void screenStarted(const messages::Ready& ready);
   void screenSaid(const messages::Up& message);
   void screenLost();
@@ -45,10 +46,10 @@ class StatusItemPresenter final : public StatusItem {
   MenuExport exported_;
   StatusNotifierItem item_;
   bool onScreen_ = false;                      ///< the icon is the screen's to show
-  std::optional<messages::MenuPlace> wanted_;  ///< a menu to open as soon as there is a screen
+  std::optional<messages::MenuPlace> wanted_;  ///< our own menu is wanted and hasn't come up yet
   std::optional<int> openMenu_;                ///< our own menu that is open
   int lastMenu_ = 0;
-  Timer patience_;
+  Timer patience_, wishEnds_;
   std::unique_ptr<Subscription> screenListening_;
   Lifetime lifetime_;
 };

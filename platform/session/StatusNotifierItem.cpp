@@ -7,6 +7,7 @@
 
 #include "base/Text.hpp"
 #include "session/MenuExport.hpp"
+#include "session/Pixmaps.hpp"
 
 namespace kestrelune {
 namespace {
@@ -17,6 +18,7 @@ constexpr const char* kWatcher = "org.kde.StatusNotifierWatcher";
 constexpr const char* kWatcherPath = "/StatusNotifierWatcher";
 constexpr const char* kId = "com.kestrelune.menu";
 constexpr double kCallSeconds = 25;
+constexpr double kRefusedSeconds = 30;  ///< until a watcher that refused is asked again
 
 int appendPixmaps(sd_bus_message* to, const std::vector<Pixmap>& pixmaps) {
   int result = sd_bus_message_open_container(to, 'a', "(iiay)");
@@ -27,6 +29,11 @@ int appendPixmaps(sd_bus_message* to, const std::vector<Pixmap>& pixmaps) {
     result |= sd_bus_message_close_container(to);
   }
   return result | sd_bus_message_close_container(to);
+}
+
+/// A text of the bus ends at its first U+0000.
+std::string whole(const std::string& text) {
+  return text::replacedAll(text::repairedUtf8(text), std::string_view("\0", 1), "\xEF\xBF\xBD");
 }
 
 /// Hosts may read markup in a tool tip's text, and text from a file is never markup.
@@ -44,7 +51,9 @@ struct StatusNotifierItem::Methods {
                   sd_bus_error*) {
     const StatusItemLook look = of(data).look_.value_or(StatusItemLook{});
     const std::string wanted = name;
-    const auto answer = [&](const std::string& value) { return sd_bus_message_append(reply, "s", value.c_str()); };
+    const auto answer = [&](const std::string& value) {
+      return sd_bus_message_append(reply, "s", whole(value).c_str());
+    };
     if (wanted == "Category") return answer("ApplicationStatus");
     if (wanted == "Id") return answer(kId);
     if (wanted == "Title") return answer(look.accessibilityLabel.empty() ? "Kestrelune" : look.accessibilityLabel);
@@ -55,7 +64,8 @@ struct StatusNotifierItem::Methods {
   }
 
   static int icon(sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void* data, sd_bus_error*) {
-    return appendPixmaps(reply, of(data).pixmaps_);
+    // Made for each question: hosts ask when the dot has changed, and a hundred kilobytes wouldn't be used in between.
+    return appendPixmaps(reply, iconPixmaps(of(data).look_.value_or(StatusItemLook{}).dot));
   }
   static int noPicture(sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void*, sd_bus_error*) {
     return appendPixmaps(reply, {});
@@ -66,7 +76,7 @@ struct StatusNotifierItem::Methods {
     int result = sd_bus_message_open_container(reply, 'r', "sa(iiay)ss");
     result |= sd_bus_message_append(reply, "s", "");
     result |= appendPixmaps(reply, {});
-    result |= sd_bus_message_append(reply, "ss", look.toolTip.c_str(), withoutMarkup(look.pill).c_str());
+    result |= sd_bus_message_append(reply, "ss", whole(look.toolTip).c_str(), withoutMarkup(whole(look.pill)).c_str());
     return result | sd_bus_message_close_container(reply);
   }
 
@@ -79,9 +89,10 @@ struct StatusNotifierItem::Methods {
     return sd_bus_message_append(reply, "u", 0);
   }
 
-  static int activate(sd_bus_message* call, void* data, sd_bus_error*) {
+  static int activate(sd_bus_message* call, void* data, sd_bus_error* error) {
     std::int32_t x = 0, y = 0;
     if (sd_bus_message_read(call, "ii", &x, &y) < 0) return -EINVAL;
+    if (of(data).itemIsMenu_) return sd_bus_error_set(error, SD_BUS_ERROR_UNKNOWN_METHOD, "The menu is the host's");
     // Answered first: what follows may take a moment, and a host that waits doesn't draw.
     const int replied = sd_bus_reply_method_return(call, "");
     of(data).events_.activated(x, y);
@@ -182,18 +193,28 @@ void StatusNotifierItem::unpublish() {
 
 void StatusNotifierItem::watcherAppeared(const std::string& owner) {
   watcher_ = owner;
+  registerItem();
+}
+
+void StatusNotifierItem::registerItem() {
+  again_.reset();
   // To that very owner, so that one which takes its place is registered with on its own.
-  BusMessage call = bus_.makeCall(owner, kWatcherPath, kWatcher, "RegisterStatusNotifierItem");
+  BusMessage call = bus_.makeCall(watcher_, kWatcherPath, kWatcher, "RegisterStatusNotifierItem");
   const char* unique = nullptr;
   sd_bus_get_unique_name(bus_.connection(), &unique);
   if (call) sd_bus_message_append(call.get(), "s", unique ? unique : "");
-  registering_ = bus_.call(std::move(call), kCallSeconds, [this](sd_bus_message*) { askForHost(); });
+  registering_ = bus_.call(std::move(call), kCallSeconds, [this](sd_bus_message* reply) {
+    if (reply && !sd_bus_message_is_method_error(reply, nullptr)) return askForHost();
+    setHost(false);
+    again_ = bus_.loop().after(kRefusedSeconds, [this] { registerItem(); });
+  });
 }
 
 void StatusNotifierItem::watcherVanished() {
   watcher_.clear();
   registering_.reset();
   asking_.reset();
+  again_.reset();
   setHost(false);
 }
 
@@ -226,8 +247,7 @@ void StatusNotifierItem::propertyChanged(const char* name) {
 
 void StatusNotifierItem::show(const StatusItemLook& look) {
   const StatusItemLook before = std::exchange(look_, look).value_or(StatusItemLook{});
-  if (before.dot != look.dot || pixmaps_.empty()) {
-    pixmaps_ = iconPixmaps(look.dot);
+  if (before.dot != look.dot) {
     propertyChanged("IconPixmap");
     signal("NewIcon");
   }
@@ -242,8 +262,8 @@ void StatusNotifierItem::show(const StatusItemLook& look) {
   }
   if (before.pill == look.pill || !bus_.connected()) return;
   propertyChanged("XAyatanaLabel");
-  sd_bus_emit_signal(bus_.connection(), kPath, kInterface, "XAyatanaNewLabel", "ss", look.pill.c_str(),
-                     look.pill.c_str());
+  sd_bus_emit_signal(bus_.connection(), kPath, kInterface, "XAyatanaNewLabel", "ss", whole(look.pill).c_str(),
+                     whole(look.pill).c_str());
 }
 
 void StatusNotifierItem::setItemIsMenu(bool itemIsMenu) {

@@ -8,7 +8,6 @@
 
 #include "base/Session.hpp"
 #include "session/Bus.hpp"
-#include "session/Pixmaps.hpp"
 
 struct sd_bus_slot;
 
@@ -31,7 +30,8 @@ class StatusNotifierItem {
   StatusNotifierItem& operator=(const StatusNotifierItem&) = delete;
 
   void show(const StatusItemLook& look);
-  /// Whether a host should open the exported menu by itself instead of telling of a click.
+  /// Whether a host should open the exported menu by itself instead of telling of a click. One that tells all the same
+  /// is refused, which hosts take as the wish that they open the menu.
   void setItemIsMenu(bool itemIsMenu);
   bool hasHost() const { return hasHost_; }
 
@@ -43,6 +43,7 @@ class StatusNotifierItem {
   void unpublish();
   void watcherAppeared(const std::string& owner);
   void watcherVanished();
+  void registerItem();
   void askForHost();
   void setHost(bool hasHost);
   void signal(const char* member);
@@ -51,12 +52,12 @@ class StatusNotifierItem {
   Bus& bus_;
   const Events events_;
   std::optional<StatusItemLook> look_;
-  std::vector<Pixmap> pixmaps_;
   bool itemIsMenu_ = true;
   bool hasHost_ = false;
   std::string watcher_;
   std::vector<sd_bus_slot*> slots_;
   std::unique_ptr<Subscription> connection_, watch_, registering_, asking_;
+  Timer again_;
 };
 
 }  // namespace kestrelune

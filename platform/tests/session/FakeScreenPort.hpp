@@ -14,7 +14,7 @@ class FakeScreenPort final : public ScreenPort {
  public:
   bool hasDisplay() const override { return display; }
   bool running() const override { return isRunning; }
-  bool placesPopups() const override { return true; }
+  bool placesPopups() const override { return places; }
   void ensure() override { wanted = display; }
   void send(messages::Down message) override {
     if (isRunning) sent.push_back(std::move(message));
@@ -26,7 +26,7 @@ class FakeScreenPort final : public ScreenPort {
     if (!std::exchange(wanted, false)) return false;
     isRunning = true;
     sent.clear();
-    listeners_.each([](const Handlers& handlers) { handlers.started({}); });
+    listeners_.each([this](const Handlers& handlers) { handlers.started({.placesPopups = places}); });
     return true;
   }
   void lose() {
@@ -46,7 +46,7 @@ class FakeScreenPort final : public ScreenPort {
     return found;
   }
 
-  bool display = true, isRunning = false, wanted = false;
+  bool display = true, places = true, isRunning = false, wanted = false;
   std::vector<messages::Down> sent;
 
  private:

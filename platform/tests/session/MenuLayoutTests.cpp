@@ -1,0 +1,113 @@
+#include "session/MenuLayout.hpp"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+namespace kestrelune {
+namespace {
+
+MenuRow line(const std::string& title, const std::string& represented) {
+  return {.title = title, .represented = represented, .enabled = true};
+}
+
+std::string shown(const MenuLayout& layout, std::int32_t id = MenuLayout::kRoot) {
+  const MenuLayout::Item& item = *layout.find(id);
+  std::string text = item.separator ? "-" : item.label + (item.enabled ? "" : " (off)") + (item.choice ? " !" : "");
+  if (item.children.empty()) return text;
+  text += "[";
+  for (const std::int32_t child : item.children) text += (text.back() == '[' ? "" : ", ") + shown(layout, child);
+  return text + "]";
+}
+
+TEST(MenuLayoutTest, LabelsAreWholeLinesThatHostsTakeAsTheyStand) {
+  struct Row {
+    const char* name;
+    std::string title, detail, label;
+  };
+  for (const Row& row : std::vector<Row>{{"title and detail", "Codex", "3 tasks", "Codex — 3 tasks"},
+                                         {"detail only", "", "x", "x"},
+                                         {"access keys", "_a__b", "", "__a____b"},
+                                         {"line ends", "a\nb\tc\r", "", "a b c "},
+                                         {"markup stands", "<b>&amp;</b>", "", "<b>&amp;</b>"},
+                                         {"zero", std::string("a\0b", 3), "",
+                                          "a\xEF\xBF\xBD"
+                                          "b"},
+                                         {"broken", "a\xFF", "", "a\xEF\xBF\xBD"},
+                                         {"long", std::string(10'000, 'x'), "", std::string(199, 'x') + "…"},
+                                         {"just not long", std::string(199, 'x'), "", std::string(199, 'x')}}) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(exportedLabel(row.title, row.detail), row.label);
+  }
+}
+
+TEST(MenuLayoutTest, EachFormBecomesPlainItems) {
+  using Form = MenuRow::Form;
+  MenuRow answer{.form = Form::attention,
+                 .title = "Q",
+                 .subtitle = "why",
+                 .detail = "Answer in Codex",
+                 .represented = "a",
+                 .openTitle = "Open",
+                 .settleKey = "k",
+                 .laterTitle = "Later",
+                 .doneTitle = "Done"};
+  MenuRow bare = answer;
+  bare.subtitle = bare.represented = "";
+  MenuRow plain = answer;
+  plain.detail = "";
+  MenuLayout layout;
+  layout.setMenu({{.form = Form::header, .title = "Head", .subtitle = "message"},
+                  {.form = Form::separator},
+                  {.form = Form::section, .title = "Needs you"},
+                  answer,
+                  bare,
+                  plain,
+                  {.form = Form::pair, .title = "Codex", .detail = "ready"},
+                  {.title = "greyed", .represented = "restart"},
+                  {.title = "More", .children = {line("x", "x")}}});
+  EXPECT_EQ(shown(layout),
+            "[Head — message (off), -, Needs you (off), Q[why (off), Answer in Codex !, Later !, Done !], "
+            "Q[Later !, Done !], Q[why (off), Open !, Later !, Done !], Codex — ready (off), greyed (off), More[x !]]");
+}
+
+TEST(MenuLayoutTest, NumbersStayWithTheirEntryAndNeverServeAnother) {
+  struct Row {
+    const char* name;
+    MenuTree menu;
+    bool changed;
+  };
+  const MenuRow a = line("A", "chat"), b = line("B", "chat"), c = line("C", "other");
+  MenuRow detailed = a;
+  detailed.detail = "2 min";
+  MenuLayout layout;
+  std::map<std::int32_t, std::string> owners;
+  std::map<std::string, std::int32_t> last;
+  for (const Row& row : std::vector<Row>{{"first", {a, b, c}, true},
+                                         {"the same", {a, b, c}, false},
+                                         {"moved", {c, a, b}, true},
+                                         {"gone", {b, c}, true},
+                                         {"back, with a detail", {detailed, b, c}, true},
+                                         {"another in its place", {line("D", "chat"), c}, true},
+                                         {"equal twins", {c, c}, true},
+                                         {"deeper", {{.title = "B", .children = {b}}, c}, true}}) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(layout.setMenu(row.menu), row.changed);
+    for (const auto& [id, item] : layout.items()) {
+      const std::string name = item.label.substr(0, 1) + (item.children.empty() ? "" : ">");
+      EXPECT_EQ(owners.emplace(id, name).first->second, name) << "number " << id;
+    }
+    EXPECT_EQ(layout.find(3)->label, "C") << "it was there all the time";
+  }
+}
+
+TEST(MenuLayoutTest, NestingEndsAtEightLevels) {
+  MenuRow row = line("leaf", "x");
+  for (int level = 0; level < 20; ++level) row = {.title = std::to_string(level), .children = {row}};
+  MenuLayout layout;
+  layout.setMenu({row});
+  EXPECT_EQ(layout.items().size(), 1u + MenuLayout::kDeepest);
+}
+
+}  // namespace
+}  // namespace kestrelune
