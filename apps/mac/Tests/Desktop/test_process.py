@@ -122,6 +122,7 @@ def heartbeat():
 def foreign_heartbeat():
     with Desktop() as desktop:
         process = desktop.companion()
+        wait_for("its own heartbeat", desktop.heartbeat.exists)
         desktop.heartbeat.write_text('{"pid":1,"schemaVersion":1}')
         equal(send(process), 0, "exit status")
         equal(desktop.heartbeat.read_text(), '{"pid":1,"schemaVersion":1}', "the other's file")
