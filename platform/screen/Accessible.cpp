@@ -19,7 +19,7 @@ class RowInterface final : public QAccessibleWidget {
     const MenuRowView& view = *row();
     state.disabled = !view.isSelectable();
     state.focusable = view.isSelectable();
-    state.focused = view.isHighlighted();
+    state.focused = view.isHighlighted() && view.part() == MenuChoice::Part::row;
     state.checkable = view.row().checked.has_value();
     state.checked = view.row().checked == true;
     state.hasPopup = view.hasSubmenu();
@@ -49,7 +49,7 @@ class RowInterface final : public QAccessibleWidget {
 };
 
 /// A widget that can be pressed as a whole.
-class PressableInterface final : public QAccessibleWidget {
+class PressableInterface : public QAccessibleWidget {
  public:
   PressableInterface(QWidget* widget, std::function<void()> press)
       : QAccessibleWidget(widget, QAccessible::Button), press_(std::move(press)) {}
@@ -62,6 +62,18 @@ class PressableInterface final : public QAccessibleWidget {
   std::function<void()> press_;
 };
 
+/// "Later" or "Done" in a row: the menu holds the keyboard, and says which button it is at.
+class RowButtonInterface final : public PressableInterface {
+ public:
+  explicit RowButtonInterface(MenuRowButton* button) : PressableInterface(button, [button] { button->click(); }) {}
+  QAccessible::State state() const override {
+    QAccessible::State state = QAccessibleWidget::state();
+    state.focusable = true;
+    state.focused = static_cast<MenuRowButton*>(widget())->isCurrent();
+    return state;
+  }
+};
+
 /// A widget that is read as one thing: what is in it is its own affair.
 class WholeInterface final : public QAccessibleWidget {
  public:
@@ -72,6 +84,7 @@ class WholeInterface final : public QAccessibleWidget {
 
 QAccessibleInterface* create(const QString&, QObject* object) {
   if (auto* row = qobject_cast<MenuRowView*>(object)) return new RowInterface(row);
+  if (auto* button = qobject_cast<MenuRowButton*>(object)) return new RowButtonInterface(button);
   if (auto* menu = qobject_cast<MenuPopup*>(object)) return new QAccessibleWidget(menu, QAccessible::PopupMenu);
   if (auto* strip = qobject_cast<StripWindow*>(object)) {
     return new PressableInterface(strip, [strip] { strip->onClicked(); });

@@ -12,6 +12,7 @@ namespace {
 
 using metrics::px;
 
+constexpr qsizetype kLongestToolTip = 1000;
 constexpr double kPillPadding = 7, kPillHeight = 16;
 
 QPainterPath flamePath(const QRectF& box) {
@@ -60,6 +61,11 @@ QIcon trayIcon(const StatusItemLook& look) {
   QIcon icon;
   for (const int size : {16, 22, 24, 32, 48, 64}) icon.addPixmap(trayPixmap(size, look));
   return icon;
+}
+
+QString plainToolTip(const QString& text) {
+  // Only what is told to be rich is unescaped again, so that "&" shows as one.
+  return text.isEmpty() ? text : "<qt>" + text.left(kLongestToolTip).toHtmlEscaped() + "</qt>";
 }
 
 QSize pillSize(const QString& text) {

@@ -16,6 +16,9 @@ void dot(QPainter& painter, const QRectF& box, const QColor& color, const QColor
 /// The icon of a tray whose colour isn't known: the flame with an outline that reads on light and dark, and the dot.
 QIcon trayIcon(const StatusItemLook& look);
 
+/// A text for a tool tip that no toolkit reads markup in, whatever it holds; wrapped where it is long.
+QString plainToolTip(const QString& text);
+
 QSize pillSize(const QString& text);
 void pill(QPainter& painter, const QRect& box, const QString& text, StatusItemLook::PillTone tone);
 

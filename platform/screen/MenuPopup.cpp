@@ -17,7 +17,9 @@ namespace {
 
 using metrics::px;
 
-constexpr double kMenuWidth = 368, kVerticalPadding = 6, kCorner = 7;
+constexpr double kMenuWidth = 368, kVerticalPadding = 6, kCorner = 7, kArrowHeight = 16, kScreenMargin = 4;
+/// Of the display's height: with less room than this beside its place, a long menu rather covers that place.
+constexpr double kEnoughRoom = 0.7;
 constexpr int kSubmenuDelay = 180, kGrabInterval = 30, kGrabAttempts = 10;
 
 QRect availableAt(const QPoint& place) {
@@ -32,7 +34,9 @@ MenuPopup::MenuPopup(MenuTree menu, MenuPopup* parentMenu)
       menu_(std::move(menu)),
       parentMenu_(parentMenu),
       scroll_(new QScrollArea(this)),
-      content_(new QWidget) {
+      content_(new QWidget),
+      up_(new MenuScrollArrow(MenuScrollArrow::Direction::up, *scroll_->verticalScrollBar(), this)),
+      down_(new MenuScrollArrow(MenuScrollArrow::Direction::down, *scroll_->verticalScrollBar(), this)) {
   setAttribute(Qt::WA_TranslucentBackground);
   setMouseTracking(true);
   setFocusPolicy(Qt::StrongFocus);
@@ -77,18 +81,39 @@ void MenuPopup::layOut() {
     y += height;
   }
   content_->resize(width, y);
-  const int available = availableAt(place_.isNull() ? QCursor::pos() : place_).height() - 2 * px(4);
-  const int height = std::min(y + 2 * padding, available);
-  resize(width, height);
-  scroll_->setGeometry(0, padding, width, height - 2 * padding);
+  const QRect box = fitted(y + 2 * padding);
+  const bool scrolls = box.height() < y + 2 * padding;
+  const int edge = scrolls ? px(kArrowHeight) : padding;
+  setGeometry(box);
+  scroll_->setGeometry(0, edge, width, box.height() - 2 * edge);
+  up_->setGeometry(0, 0, width, edge);
+  down_->setGeometry(0, box.height() - edge, width, edge);
+  up_->setVisible(scrolls);
+  down_->setVisible(scrolls);
+}
+
+/// Where a menu of that height stands: below its place, above it where there is no room below as at a panel at the
+/// bottom edge, and no higher than the display.
+QRect MenuPopup::fitted(int height) const {
+  const int margin = px(kScreenMargin), width = px(kMenuWidth);
+  const QRect available = availableAt(place_).adjusted(margin, margin, -margin, -margin);
+  const int x = std::clamp(place_.x(), available.left(), std::max(available.left(), available.right() + 1 - width));
+  const int below = available.bottom() + 1 - place_.y(), above = place_.y() - available.top();
+  int y = place_.y();
+  if (!parentMenu_ && height > below) {
+    const int room = std::max(below, above);
+    if (room >= kEnoughRoom * available.height()) height = std::min(height, room);
+    if (height > below && height <= above) y -= height;
+  }
+  height = std::min(height, available.height());
+  return {x, std::clamp(y, available.top(), available.bottom() + 1 - height), width, height};
 }
 
 void MenuPopup::setMenu(MenuTree menu) {
   if (menu == menu_) return;
-  const auto at = std::find(rows_.begin(), rows_.end(), current_);
-  const std::ptrdiff_t index = current_ ? at - rows_.begin() : -1;
-  const std::string title = current_ ? current_->row().title : "";
-  closeSubmenu();
+  const std::optional<MenuRow> before = current_ ? std::optional(current_->row()) : std::nullopt;
+  const MenuChoice::Part part = current_ ? current_->part() : MenuChoice::Part::row;
+  std::unique_ptr<MenuPopup> open = std::move(submenu_);
   current_ = nullptr;
   // A row may be in the middle of handling the event that led here.
   for (MenuRowView* view : rows_) view->hide(), view->deleteLater();
@@ -98,22 +123,24 @@ void MenuPopup::setMenu(MenuTree menu) {
   fill();
   for (MenuRowView* view : rows_) view->show();
   scroll_->verticalScrollBar()->setValue(scrolled);
-  if (index >= 0 && index < static_cast<std::ptrdiff_t>(rows_.size()) &&
-      rows_[static_cast<std::size_t>(index)]->row().title == title) {
-    setCurrent(rows_[static_cast<std::size_t>(index)]);
+
+  const auto same = std::find_if(rows_.begin(), rows_.end(), [&](const MenuRowView* view) {
+    return before && view->isSelectable() && view->row().form == before->form && view->row().title == before->title &&
+           view->row().settleKey == before->settleKey;
+  });
+  if (same != rows_.end()) {
+    setCurrent(*same);
+    current_->setPart(part);
   }
+  submenu_ = std::move(open);
+  if (!submenu_) return;
+  if (current_ && current_->hasSubmenu()) return submenu_->setMenu(current_->row().children);
+  closeSubmenu();
 }
 
 void MenuPopup::openAt(const QPoint& place) {
   place_ = place;
   layOut();
-  const QRect available = availableAt(place);
-  int x = std::clamp(place.x(), available.left(), std::max(available.left(), available.right() - width()));
-  int y = place.y();
-  // Above the place where there is no room below it, as at a panel at the bottom edge.
-  if (y + height() > available.bottom()) y = std::max(available.top(), place.y() - height());
-  if (parentMenu_) y = std::clamp(place.y(), available.top(), std::max(available.top(), available.bottom() - height()));
-  QWidget::move(x, y);
   show();
   raise();
   activateWindow();
@@ -147,7 +174,12 @@ void MenuPopup::setCurrent(MenuRowView* row) {
   if (!row) return;
   row->setHighlighted(true);
   scroll_->ensureWidgetVisible(row, 0, 0);
-  QAccessibleEvent focused(row, QAccessible::Focus);
+  tellFocus();
+}
+
+/// Assistive tools follow the row, or the button in it, that a press would choose.
+void MenuPopup::tellFocus() {
+  QAccessibleEvent focused(current_->currentWidget(), QAccessible::Focus);
   QAccessible::updateAccessibility(&focused);
 }
 
@@ -166,6 +198,7 @@ void MenuPopup::move(int step) {
 void MenuPopup::movePart(int step) {
   const int part = std::clamp(static_cast<int>(current_->part()) + step, 0, static_cast<int>(MenuChoice::Part::done));
   current_->setPart(static_cast<MenuChoice::Part>(part));
+  tellFocus();
 }
 
 void MenuPopup::activateCurrent() {
@@ -302,7 +335,8 @@ void MenuPopup::openSubmenu(bool selectFirst) {
     submenu_ = std::make_unique<MenuPopup>(current_->row().children, this);
     const QPoint right = mapToGlobal(QPoint(width() - px(4), 0));
     const QPoint top = current_->mapToGlobal(QPoint(0, -px(kVerticalPadding)));
-    const bool fits = right.x() + px(kMenuWidth) <= availableAt(right).right();
+    const QRect available = availableAt(mapToGlobal(QPoint(0, 0)));
+    const bool fits = right.x() + px(kMenuWidth) <= available.right();
     submenu_->openAt({fits ? right.x() : mapToGlobal(QPoint(px(4), 0)).x() - px(kMenuWidth), top.y()});
   }
   if (selectFirst && !submenu_->current()) submenu_->move(1);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "MenuRowView.hpp"
+#include "MenuScrollArrow.hpp"
 
 namespace kestrelune {
 
@@ -21,7 +22,7 @@ class MenuPopup final : public QWidget {
   MenuPopup(MenuTree menu, MenuPopup* parentMenu);
   ~MenuPopup() override;
 
-  /// Replaces the rows. The row at the same place with the same title stays current.
+  /// Replaces the rows. The current row stays current, with its submenu, where one of its form and title is there.
   void setMenu(MenuTree menu);
   /// Opens with a corner at `place` (screen coordinates), on whichever side there is room. While a panel holds the
   /// pointer it tries again, for about 300 ms.
@@ -51,6 +52,7 @@ class MenuPopup final : public QWidget {
  private:
   void fill();
   void layOut();
+  QRect fitted(int height) const;
   void tryGrab(int attempts);
   void setCurrent(MenuRowView* row);
   void move(int step);
@@ -59,6 +61,7 @@ class MenuPopup final : public QWidget {
   bool pressKeyEquivalent(const QString& key);
   void openSubmenu(bool selectFirst);
   void closeSubmenu();
+  void tellFocus();
   MenuPopup& root();
   MenuRowView* rowAt(const QPoint& global) const;
 
@@ -66,6 +69,7 @@ class MenuPopup final : public QWidget {
   MenuPopup* const parentMenu_;
   QScrollArea* scroll_;
   QWidget* content_;
+  MenuScrollArrow *up_, *down_;
   std::vector<MenuRowView*> rows_;
   MenuRowView* current_ = nullptr;
   std::unique_ptr<MenuPopup> submenu_;

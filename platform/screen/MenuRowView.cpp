@@ -14,7 +14,7 @@ using metrics::px;
 
 // Measures in points.
 constexpr double kMenuWidth = 368, kSideInset = 5, kTextLeft = 14, kCheckedLeft = 24, kTextRight = 332;
-constexpr double kHeaderLeft = 20, kHeaderWidth = 328;
+constexpr double kHeaderLeft = 20, kHeaderWidth = 328, kGap = 10;
 constexpr double kButtonGap = 6, kBeforeButtons = 10, kLeastText = 40;
 constexpr double kTitlePoints = 13, kSmallPoints = 11, kHeadlinePoints = 14, kMessagePoints = 12;
 /// What lies beyond can't be seen; measuring and shaping it would only take time.
@@ -50,6 +50,7 @@ MenuRowButton::MenuRowButton(const std::string& title, const std::string& help, 
   setFocusPolicy(Qt::NoFocus);
   setFont(metrics::font(kSmallPoints));
   setCursor(Qt::ArrowCursor);
+  setMouseTracking(true);  // moves go on to the row, which so becomes current
   resize(sizeHint());
 }
 
@@ -60,15 +61,28 @@ void MenuRowButton::setCurrent(bool current) {
   update();
 }
 
+void MenuRowButton::setOnAccent(bool onAccent) {
+  onAccent_ = onAccent;
+  update();
+}
+
+/// The one that a press would choose stands out from its row: filled, in the row's colours turned around.
 void MenuRowButton::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
-  const bool strong = current_ || isDown();
-  const QRectF box = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
-  painter.setPen(QPen(strong ? colors::accent() : colors::separator(), 1));
-  painter.setBrush(strong ? colors::accent() : underMouse() ? colors::panel() : colors::menuBackground());
-  painter.drawRoundedRect(box, px(5), px(5));
-  painter.setPen(strong ? colors::onAccent() : colors::label());
+  const bool strong = current_ || isDown() || (underMouse() && onAccent_);
+  QColor ground = strong ? colors::accent() : colors::menuBackground(), line = strong ? ground : colors::separator();
+  QColor text = strong ? colors::onAccent() : colors::label();
+  if (onAccent_) {
+    text = strong ? colors::accent() : colors::onAccent();
+    line = colors::onAccent();
+    ground = strong ? line : QColor(Qt::transparent);
+    if (!strong) line.setAlphaF(0.6F);
+  }
+  painter.setPen(QPen(line, 1));
+  painter.setBrush(ground);
+  painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), px(5), px(5));
+  painter.setPen(text);
   painter.setFont(font());
   painter.drawText(rect(), Qt::AlignCenter | Qt::TextSingleLine, accessibleName());
 }
@@ -79,7 +93,8 @@ MenuRowView::MenuRowView(MenuRow row, QWidget* parent)
       title_(shown(row_.title)),
       subtitle_(shown(row_.subtitle)),
       detail_(shown(row_.detail)) {
-  setToolTip(QString::fromStdString(row_.toolTip).toHtmlEscaped());
+  setToolTip(
+      drawing::plainToolTip(row_.toolTip.empty() && isCut() ? accessibleText() : QString::fromStdString(row_.toolTip)));
   setAccessibleName(accessibleText());
   setMouseTracking(true);
   if (row_.form != MenuRow::Form::attention) return;
@@ -87,6 +102,15 @@ MenuRowView::MenuRowView(MenuRow row, QWidget* parent)
   done_ = new MenuRowButton(row_.doneTitle, row_.doneHelp, this);
   connect(later_, &QPushButton::clicked, this, [this] { onChoose(MenuChoice::Part::later); });
   connect(done_, &QPushButton::clicked, this, [this] { onChoose(MenuChoice::Part::done); });
+}
+
+/// Something of the row doesn't fit into it.
+bool MenuRowView::isCut() const {
+  if (row_.form != MenuRow::Form::normal && row_.form != MenuRow::Form::pair) return false;
+  const QFont font = metrics::font(kTitlePoints);
+  const int width = px(kTextRight - kCheckedLeft),
+            details = detail_.isEmpty() ? 0 : textWidth(detail_, font) + px(kGap);
+  return textWidth(title_, font) + details > width || textWidth(subtitle_, metrics::font(kSmallPoints)) > width;
 }
 
 bool MenuRowView::isSelectable() const {
@@ -122,6 +146,7 @@ void MenuRowView::setHighlighted(bool highlighted) {
   if (!highlighted) setPart(MenuChoice::Part::row);
   if (highlighted_ == highlighted) return;
   highlighted_ = highlighted;
+  if (later_) later_->setOnAccent(highlighted), done_->setOnAccent(highlighted);
   update();
 }
 
@@ -129,6 +154,15 @@ void MenuRowView::setPart(MenuChoice::Part part) {
   part_ = part;
   if (later_) later_->setCurrent(part == MenuChoice::Part::later);
   if (done_) done_->setCurrent(part == MenuChoice::Part::done);
+}
+
+QWidget* MenuRowView::currentWidget() {
+  switch (part_) {
+    case MenuChoice::Part::later: return later_;
+    case MenuChoice::Part::done: return done_;
+    case MenuChoice::Part::row: break;
+  }
+  return this;
 }
 
 MenuChoice MenuRowView::choice(MenuChoice::Part part) const {
@@ -202,7 +236,7 @@ void MenuRowView::paintNormal(QPainter& painter) {
   const int line = tall ? px(18) : height();
   const int top = tall ? px(3) : 0;
   // Where both don't fit, the title keeps what it needs up to half of the row.
-  const int gap = detail_.isEmpty() ? 0 : px(10);
+  const int gap = detail_.isEmpty() ? 0 : px(kGap);
   const int titleShare = std::min(textWidth(title_, font) + 1, (right - left) / 2);
   const int detailWidth = std::min(textWidth(detail_, font) + 1, right - left - gap - titleShare);
   if (!detail_.isEmpty()) {
@@ -228,7 +262,7 @@ void MenuRowView::paintPair(QPainter& painter) {
   const int stateWidth = std::min(textWidth(detail_, font) + 1, (right - left) * 7 / 10);
   drawText(painter, QRect(right - stateWidth, 0, stateWidth, height()), detail_, font, colors::secondaryLabel(),
            Qt::AlignRight);
-  drawText(painter, QRect(left, 0, right - stateWidth - px(10) - left, height()), title_, font, colors::label());
+  drawText(painter, QRect(left, 0, right - stateWidth - px(kGap) - left, height()), title_, font, colors::label());
 }
 
 void MenuRowView::paintAttention(QPainter& painter) {

@@ -16,12 +16,16 @@ class MenuRowButton final : public QPushButton {
   QSize sizeHint() const override;
   /// The part that the keyboard is at.
   void setCurrent(bool current);
+  bool isCurrent() const { return current_; }
+  /// The row around it is highlighted.
+  void setOnAccent(bool onAccent);
 
  protected:
   void paintEvent(QPaintEvent* event) override;
 
  private:
   bool current_ = false;
+  bool onAccent_ = false;
 };
 
 /// One row of a menu, drawn by its form. It reacts to nothing itself but its buttons: the popup that holds it knows
@@ -43,6 +47,8 @@ class MenuRowView final : public QWidget {
   /// Attention rows: which part the keyboard is at.
   void setPart(MenuChoice::Part part);
   MenuChoice::Part part() const { return part_; }
+  /// The row itself, or the button that the keyboard is at.
+  QWidget* currentWidget();
   MenuChoice choice(MenuChoice::Part part) const;
 
   /// What assistive tools read.
@@ -61,6 +67,7 @@ class MenuRowView final : public QWidget {
   void paintAttention(QPainter& painter);
   void paintSection(QPainter& painter);
   void paintHighlight(QPainter& painter);
+  bool isCut() const;
   QColor textColor() const;
   QColor detailColor() const;
 

@@ -130,11 +130,14 @@ void Screen::on(const messages::ShowMenu& message) {
   closeMenu();
   menuId_ = message.id;
   menu_ = std::make_unique<MenuPopup>(message.menu, nullptr);
-  menu_->onClosed = [this, id = message.id] { connection_.send(messages::MenuClosed{.id = id}); };
+  menu_->onClosed = [this, id = message.id] {
+    connection_.send(messages::MenuClosed{.id = id});
+    retire(std::move(menu_));
+    considerEnd();
+  };
   menu_->onChosen = [this, id = message.id](const MenuChoice& choice) {
     connection_.send(messages::MenuChosen{.id = id, .choice = choice});
   };
-  // Told after both, so that the order of the messages is that of what happened.
   const bool placed = message.place.x && message.place.y;
   const QPoint place = placed                   ? QPoint(*message.place.x, *message.place.y)
                        : statusForms_.visible() ? statusForms_.menuPlace()

@@ -33,7 +33,7 @@ StripWindow::StripWindow()
 void StripWindow::setLook(const StatusItemLook& look) {
   look_ = look;
   setAccessibleName(QString::fromStdString(look.accessibilityLabel));
-  setToolTip(QString::fromStdString(look.toolTip).toHtmlEscaped());
+  setToolTip(drawing::plainToolTip(QString::fromStdString(look.toolTip)));
   place();
   update();
 }

@@ -9,6 +9,7 @@
 #include <QTimer>
 
 #include "Colors.hpp"
+#include "Drawing.hpp"
 #include "LongList.hpp"
 #include "Metrics.hpp"
 #include "ViewNode.hpp"
@@ -42,7 +43,7 @@ double pointsOf(View::Role role) {
 
 void applyCommon(QWidget& widget, const View& view) {
   widget.setEnabled(view.enabled);
-  widget.setToolTip(text(view.toolTip).toHtmlEscaped());
+  widget.setToolTip(drawing::plainToolTip(text(view.toolTip)));
   widget.setAccessibleName(text(view.name.empty() ? view.text : view.name));
   widget.setAccessibleDescription(text(view.help));
   if (view.width > 0) widget.setFixedWidth(px(view.width));

@@ -42,7 +42,7 @@ void ElidedLabel::paintEvent(QPaintEvent*) {
   painter.setPen(color_);
   const QString fitted = QFontMetrics(font()).elidedText(text_, Qt::ElideRight, width());
   painter.drawText(rect(), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, fitted);
-  setToolTip(fitted == text_ ? QString() : text_.toHtmlEscaped());
+  setToolTip(fitted == text_ ? QString() : drawing::plainToolTip(text_));
 }
 
 void CardWidget::setPressable(bool pressable) {
