@@ -8,7 +8,13 @@
 #include <QPixmap>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QShortcut>
+#include <QTextBoundaryFinder>
 #include <QVBoxLayout>
+#include <utility>
 
 #include "Colors.hpp"
 #include "Drawing.hpp"
@@ -19,17 +25,58 @@ namespace {
 
 using metrics::px;
 
-QLabel* plainLabel(const std::string& text, double points, bool semibold, const QColor& color) {
+constexpr double kTextWidth = 360, kButtonWidth = 240;
+/// Of the display's height; a longer text scrolls, so that the buttons stay within reach.
+constexpr double kMostOfDisplay = 0.4;
+constexpr qsizetype kLongestTitle = 160, kLongestText = 20000, kLongestWord = 30;
+
+QString cut(const QString& text, qsizetype most) { return text.size() <= most ? text : text.left(most - 1) + "…"; }
+
+/// A word that is wider than the dialog may break where no reader sees why it shouldn't.
+QString breakable(const QString& text) {
+  QString result;
+  QTextBoundaryFinder words(QTextBoundaryFinder::Line, text);
+  for (qsizetype start = 0, end; (end = words.toNextBoundary()) != -1; start = end) {
+    QString word = text.mid(start, end - start);
+    if (word.size() > kLongestWord) {
+      QTextBoundaryFinder characters(QTextBoundaryFinder::Grapheme, std::exchange(word, ""));
+      for (qsizetype from = 0, to; (to = characters.toNextBoundary()) != -1; from = to)
+        word += characters.string().mid(from, to - from) + QChar(0x200b);
+    }
+    result += word;
+  }
+  return result;
+}
+
+QLabel* plainLabel(const QString& text, double points, bool semibold, const QColor& color) {
   auto* label = new QLabel;
   label->setTextFormat(Qt::PlainText);
-  label->setText(QString::fromStdString(text));
+  label->setText(breakable(text));
+  label->setAccessibleName(text);
   label->setWordWrap(true);
   label->setFont(metrics::font(points, semibold));
   QPalette palette = label->palette();
   palette.setColor(QPalette::WindowText, color);
   label->setPalette(palette);
-  label->setMinimumWidth(px(320));
+  label->setFixedSize(px(kTextWidth), label->heightForWidth(px(kTextWidth)));
   return label;
+}
+
+/// The label itself, or one that scrolls where it would leave too little room for the rest.
+QWidget* inReach(QLabel* label) {
+  const QRect display = QGuiApplication::primaryScreen()->availableGeometry();
+  const int most = static_cast<int>(display.height() * kMostOfDisplay);
+  if (label->height() <= most) return label;
+  auto* area = new QScrollArea;
+  area->setFrameShape(QFrame::NoFrame);
+  area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  area->setWidget(label);
+  area->setFixedSize(label->width() + area->verticalScrollBar()->sizeHint().width(), most);
+  return area;
+}
+
+QString fitted(const QString& name) {
+  return QFontMetrics(metrics::font(13)).elidedText(name, Qt::ElideRight, px(kButtonWidth));
 }
 
 QLabel* flameLabel() {
@@ -56,15 +103,19 @@ QuestionDialog::QuestionDialog(const Question& question) : cancelButton_(questio
 
   auto* texts = new QVBoxLayout;
   texts->setSpacing(px(8));
-  texts->addWidget(plainLabel(question.title, 14, true, colors::label()));
-  if (!question.text.empty()) texts->addWidget(plainLabel(question.text, 12, false, colors::secondaryLabel()));
+  const QString title = cut(QString::fromStdString(question.title), kLongestTitle);
+  const QString text = cut(QString::fromStdString(question.text), kLongestText);
+  texts->addWidget(plainLabel(title, 14, true, colors::label()));
+  if (!text.isEmpty()) texts->addWidget(inReach(plainLabel(text, 12, false, colors::secondaryLabel())));
 
   auto* buttons = new QHBoxLayout;
   buttons->setSpacing(px(8));
   buttons->addStretch();
   for (std::size_t i = 0; i < question.buttons.size(); ++i) {
-    auto* button = new QPushButton(QString::fromStdString(question.buttons[i]).replace('&', "&&"));
+    const QString name = QString::fromStdString(question.buttons[i]), cutName = fitted(name);
+    auto* button = new QPushButton(QString(cutName).replace('&', "&&"));
     button->setFont(metrics::font(13));
+    button->setAccessibleName(name);
     button->setAutoDefault(true);
     button->setDefault(i == 0);
     connect(button, &QPushButton::clicked, this, [this, i] { answer(static_cast<int>(i)); });
@@ -101,6 +152,9 @@ void QuestionDialog::addField(const Question::Field& field) {
     lines_->setFixedSize(size);
     lines_->setFont(metrics::font(13));
     lines_->setAccessibleName(hint);
+    // Return is a line's end here.
+    connect(new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Return), this), &QShortcut::activated, this,
+            [this] { answer(0); });
   } else {
     line_ = new QLineEdit(text, this);
     line_->setPlaceholderText(hint);
