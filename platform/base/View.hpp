@@ -29,7 +29,8 @@ struct View {
     panel,     ///< a stack on a rounded background
     card,      ///< a stack that can be pressed as one button where `pressable`
     scroll,    ///< a stack that scrolls
-    longList,  ///< a scrolling stack that makes widgets only for children in sight
+    longList,  ///< a scrolling stack that makes widgets only for children in sight. With `total`, the children are only
+               ///< those of its rows that begin at `count`; it asks for others by an event with "first-last"
     progress,  ///< bars: `total` of them, `count` of them filled
     field,     ///< an editable line; `text` is its content, `detail` the placeholder
   };
@@ -58,7 +59,7 @@ struct View {
   bool pressable = false;
   bool oneElement = false;       ///< read as one element: the children are hidden from assistive tools
   bool truncates = false;        ///< text: one line, cut at the tail, instead of wrapping
-  int count = 0, total = 0;      ///< progress
+  int count = 0, total = 0;      ///< progress, long list
   double width = 0, height = 0;  ///< 0: as needed
   double padding = 0, spacing = 6;
   std::vector<View> children;

@@ -35,6 +35,9 @@ QColor separator() { return pick("#d9d9de", "#4a4a4f"); }
 QColor background() { return pick("#f6f6f8", "#2b2b2d"); }
 QColor menuBackground() { return pick("#fbfbfc", "#2d2d30"); }
 QColor panel() { return pick("#ececf0", "#363639"); }
+QColor control() { return pick("#ffffff", "#4b4b50"); }
+QColor controlEdge() { return pick("#c4c4cb", "#626268"); }
+QColor trough() { return pick("#dedee3", "#1f1f21"); }
 QColor accent() { return pick("#1f62c4", "#2b6fd6"); }
 QColor onAccent() { return Qt::white; }
 

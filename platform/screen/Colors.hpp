@@ -18,8 +18,11 @@ QColor tertiaryLabel();
 QColor separator();
 QColor background();
 QColor menuBackground();
-QColor panel();   ///< the rounded ground behind a group of things
-QColor accent();  ///< dark enough for white text
+QColor panel();        ///< the rounded ground behind a group of things
+QColor control();      ///< the ground of a button
+QColor controlEdge();  ///< the line around it
+QColor trough();       ///< the ground of a picker
+QColor accent();       ///< dark enough for white text
 QColor onAccent();
 QColor tint(View::Tint tint);
 /// The pill's ground; white text on it has a contrast of at least 4.5.

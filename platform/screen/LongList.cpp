@@ -27,62 +27,89 @@ LongList::LongList(const ViewNode::Emit& emit) : emit_(emit) {
   viewport()->setBackgroundRole(QPalette::Window);
 }
 
-void LongList::setRows(const std::vector<View>& rows, int padding, int spacing) {
-  // What the user looks at stays where it is when something is added above it.
-  const int scrolled = verticalScrollBar()->value();
-  const std::size_t top = rows_.empty() ? 0 : rowAt(scrolled);
-  const std::string anchor = top < rows_.size() ? rows_[top].key : "";
-  const int offset = top < rows_.size() ? scrolled - tops_[top] : 0;
+const View* LongList::row(std::size_t index) const {
+  return index >= first_ && index - first_ < rows_.size() ? &rows_[index - first_] : nullptr;
+}
 
-  std::map<std::string, std::pair<std::unique_ptr<ViewNode>, int>> keyed;
-  std::map<std::size_t, std::unique_ptr<ViewNode>> unkeyed;
-  for (auto& [index, node] : live_) {
-    if (rows_[index].key.empty()) {
-      unkeyed[index] = std::move(node);
-    } else {
-      keyed[rows_[index].key] = {std::move(node), heights_[index]};
-    }
+void LongList::setRows(const View& view) {
+  const int scrolled = verticalScrollBar()->value();
+  // What the user looks at stays where it is when something is added above it.
+  const std::size_t top = heights_.empty() ? 0 : rowAt(scrolled);
+  const View* anchor = row(top);
+  const std::string anchorKey = scrolled > 0 && anchor ? anchor->key : "";
+  const int offset = anchor ? scrolled - tops_[top] : 0;
+
+  const std::size_t oldFirst = std::exchange(first_, static_cast<std::size_t>(std::max(0, view.count)));
+  const std::vector<View> old = std::exchange(rows_, view.children);
+  key_ = view.key;
+  padding_ = metrics::px(view.padding);
+  spacing_ = metrics::px(view.spacing);
+  asked_.clear();
+
+  std::map<std::string_view, std::size_t> places;
+  for (std::size_t i = 0; i < rows_.size(); ++i) {
+    if (!rows_[i].key.empty()) places.emplace(rows_[i].key, first_ + i);
   }
+  const auto found = anchorKey.empty() ? places.end() : places.find(anchorKey);
+  const std::ptrdiff_t moved =
+      found == places.end() ? 0 : static_cast<std::ptrdiff_t>(found->second) - static_cast<std::ptrdiff_t>(top);
+  heights_.resize(std::max(first_ + rows_.size(), static_cast<std::size_t>(std::max(0, view.total))), 0);
+  moveHeights(moved);
+
+  std::map<std::size_t, std::unique_ptr<ViewNode>> live = std::move(live_);
   live_.clear();
-  std::vector<int> heights(rows.size(), 0);
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    if (i < rows_.size() && rows[i] == rows_[i]) heights[i] = heights_[i];
-    std::unique_ptr<ViewNode> node;
-    if (rows[i].key.empty()) {
-      if (const auto found = unkeyed.find(i); found != unkeyed.end()) node = std::move(found->second);
-    } else if (const auto found = keyed.find(rows[i].key); found != keyed.end()) {
-      node = std::move(found->second.first);
+  for (auto& [index, node] : live) {
+    const std::string& key = node->view().key;
+    const auto place = key.empty() ? places.end() : places.find(key);
+    const std::size_t now = place != places.end() ? place->second : index + static_cast<std::size_t>(moved);
+    const View* shown = row(now);
+    if (now >= heights_.size() || (shown && !node->canShow(*shown))) continue;
+    if (shown && node->view() != *shown) {
+      heights_[now] = 0;
+      node->update(*shown);
     }
-    if (!node || !node->canShow(rows[i])) continue;
-    if (node->view() != rows[i]) heights[i] = 0;
-    node->update(rows[i]);
-    live_[i] = std::move(node);
+    live_[now] = std::move(node);
   }
-  rows_ = rows;
-  heights_ = std::move(heights);
-  padding_ = padding;
-  spacing_ = spacing;
+  for (std::size_t i = 0; i < old.size(); ++i) {
+    const std::size_t now = oldFirst + i + static_cast<std::size_t>(moved);
+    if (const View* shown = row(now); shown && !(*shown == old[i])) heights_[now] = 0;
+  }
   measure();
-  if (!anchor.empty() && scrolled > 0) {
-    const auto found = std::find_if(rows_.begin(), rows_.end(), [&](const View& row) { return row.key == anchor; });
-    if (found != rows_.end()) {
-      verticalScrollBar()->setValue(tops_[static_cast<std::size_t>(found - rows_.begin())] + offset);
-    }
-  }
+  if (found != places.end()) verticalScrollBar()->setValue(tops_[found->second] + offset);
   layOut();
+}
+
+/// Heights follow the rows that they were measured for.
+void LongList::moveHeights(std::ptrdiff_t by) {
+  const auto size = static_cast<std::ptrdiff_t>(heights_.size());
+  if (by > 0) {
+    heights_.insert(heights_.begin(), static_cast<std::size_t>(std::min(by, size)), 0);
+    heights_.resize(static_cast<std::size_t>(size));
+  } else if (by < 0) {
+    heights_.erase(heights_.begin(), heights_.begin() + std::min(-by, size));
+    heights_.resize(static_cast<std::size_t>(size), 0);
+  }
+}
+
+/// Once for the same rows: the answer may be on its way.
+void LongList::ask(std::size_t first, std::size_t last) {
+  const std::string wanted = std::to_string(first) + "-" + std::to_string(last);
+  if (wanted == asked_) return;
+  asked_ = wanted;
+  emit_({.node = key_, .value = wanted});
 }
 
 int LongList::heightOf(std::size_t row) const { return heights_[row] > 0 ? heights_[row] : metrics::px(kUsualHeight); }
 
 void LongList::measure() {
-  tops_.resize(rows_.size() + 1);
+  tops_.resize(heights_.size() + 1);
   int y = padding_;
-  for (std::size_t i = 0; i < rows_.size(); ++i) {
+  for (std::size_t i = 0; i < heights_.size(); ++i) {
     tops_[i] = y;
     y += heightOf(i) + spacing_;
   }
-  tops_[rows_.size()] = y;
-  const int content = y - (rows_.empty() ? 0 : spacing_) + padding_;
+  tops_[heights_.size()] = y;
+  const int content = y - (heights_.empty() ? 0 : spacing_) + padding_;
   verticalScrollBar()->setPageStep(viewport()->height());
   verticalScrollBar()->setSingleStep(metrics::px(20));
   verticalScrollBar()->setRange(0, std::max(0, content - viewport()->height()));
@@ -102,25 +129,31 @@ int LongList::measured(const ViewNode& node) const {
 }
 
 void LongList::layOut() {
-  if (layingOut_ || rows_.empty()) {
-    if (rows_.empty()) live_.clear();
-    return;
-  }
+  if (layingOut_) return;
+  if (heights_.empty()) return live_.clear();
   layingOut_ = true;
   const int width = viewport()->width() - 2 * padding_;
   std::size_t first = 0, last = 0;
+  bool made = false, missing = false;
   // Measuring what comes into sight may move what is in sight.
   for (int pass = 0; pass < kMostPasses; ++pass) {
     const int top = verticalScrollBar()->value();
     first = rowAt(top);
     first = first > kMargin ? first - kMargin : 0;
-    last = std::min(rows_.size() - 1, rowAt(top + viewport()->height()) + kMargin);
+    last = std::min(heights_.size() - 1, rowAt(top + viewport()->height()) + kMargin);
     bool changed = false;
+    missing = false;
     for (std::size_t i = first; i <= last; ++i) {
+      const View* view = row(i);
+      if (!view) {
+        missing = true;
+        continue;
+      }
       auto& node = live_[i];
       if (!node) {
-        node = ViewNode::make(rows_[i], emit_);
+        node = ViewNode::make(*view, emit_);
         node->widget()->setParent(viewport());
+        made = true;
       }
       const int height = measured(*node);
       changed = changed || heightOf(i) != height;
@@ -129,9 +162,10 @@ void LongList::layOut() {
     if (!changed) break;
     measure();
   }
+  // What has the focus stays alive where it is, however far that is out of sight.
   const QWidget* focused = QApplication::focusWidget();
   std::erase_if(live_, [&](const auto& entry) {
-    const bool inSight = entry.first >= first && entry.first <= last;
+    const bool inSight = entry.first >= first && entry.first <= last && row(entry.first);
     return !inSight && !(focused && entry.second->widget()->isAncestorOf(focused)) && entry.second->widget() != focused;
   });
   const int scrolled = verticalScrollBar()->value();
@@ -139,7 +173,23 @@ void LongList::layOut() {
     node->widget()->setGeometry(padding_, tops_[index] - scrolled, width, heightOf(index));
     node->widget()->show();
   }
+  if (made) orderFocus();
   layingOut_ = false;
+  if (missing) ask(first, last);
+}
+
+/// The keyboard goes through the rows as they stand, not as they came into sight.
+void LongList::orderFocus() {
+  QWidget* before = nullptr;
+  for (const auto& [index, node] : live_) {
+    QList<QWidget*> widgets = node->widget()->findChildren<QWidget*>();
+    widgets.prepend(node->widget());
+    for (QWidget* widget : widgets) {
+      if (!(widget->focusPolicy() & Qt::TabFocus)) continue;
+      if (before) setTabOrder(before, widget);
+      before = widget;
+    }
+  }
 }
 
 void LongList::resizeEvent(QResizeEvent*) {

@@ -40,14 +40,20 @@ void ViewChildren::update(const std::vector<View>& views, QBoxLayout& layout) {
   if (sameWidgets) return;
   while (QLayoutItem* item = layout.takeAt(0)) delete item;
   const bool across = layout.direction() == QBoxLayout::LeftToRight;
+  const auto grows = [](View::Kind kind) { return kind == View::Kind::stack || kind == View::Kind::card; };
+  // A spacer takes the room that nothing else wants.
+  const bool textGrows =
+      across && std::any_of(nodes_.begin(), nodes_.end(), [&](const auto& node) { return grows(node->view().kind); });
   for (const auto& node : nodes_) {
     const View::Kind kind = node->view().kind;
     const bool growsDown = !across && (kind == View::Kind::scroll || kind == View::Kind::longList);
-    const bool growsAcross =
-        across && (kind == View::Kind::spacer || kind == View::Kind::stack || kind == View::Kind::card);
+    const bool growsAcross = across && (grows(kind) || (kind == View::Kind::spacer && !textGrows));
     const bool hugs =
         !across && (kind == View::Kind::button || kind == View::Kind::spinner || kind == View::Kind::icon);
-    layout.addWidget(node->widget(), growsDown || growsAcross ? 1 : 0, hugs ? Qt::AlignLeft : Qt::Alignment());
+    layout.addWidget(node->widget(), growsDown || growsAcross ? 1 : 0,
+                     hugs     ? Qt::AlignLeft
+                     : across ? Qt::AlignVCenter
+                              : Qt::Alignment());
   }
 }
 

@@ -11,6 +11,7 @@
 #include <QVBoxLayout>
 
 #include "Colors.hpp"
+#include "Controls.hpp"
 #include "Metrics.hpp"
 
 namespace kestrelune {
@@ -59,6 +60,7 @@ void WindowHost::setSpec(const WindowSpec& spec) {
 }
 
 void WindowHost::setTree(const View& tree) {
+  const QWidget* before = focusWidget();
   if (root_ && root_->canShow(tree)) {
     root_->update(tree);
   } else {
@@ -70,6 +72,26 @@ void WindowHost::setTree(const View& tree) {
     }
   }
   fit();
+  // A redraw that took away what had the focus begins anew, as a window that opens does.
+  QWidget* focused = focusWidget();
+  if (!focused || !focused->isVisibleTo(this) || !focused->isEnabled() || focused != before) focusFirst();
+}
+
+/// On what Return would press, else on the first control.
+void WindowHost::focusFirst() {
+  if (PushButton* button = primaryButton()) return button->setFocus();
+  for (QWidget* widget : root_->widget()->findChildren<QWidget*>()) {
+    if (!(widget->focusPolicy() & Qt::TabFocus) || !widget->isEnabled() || !widget->isVisibleTo(this)) continue;
+    return widget->setFocus();
+  }
+}
+
+PushButton* WindowHost::primaryButton() const {
+  for (PushButton* button : findChildren<PushButton*>()) {
+    if (button->style() == View::ButtonStyle::primary && button->isEnabled() && button->isVisibleTo(this))
+      return button;
+  }
+  return nullptr;
 }
 
 /// Gives the content the height it needs, within what the display has.
@@ -102,10 +124,7 @@ void WindowHost::keyPressEvent(QKeyEvent* event) {
   if (event->key() == Qt::Key_Escape || event->matches(QKeySequence::Close)) return static_cast<void>(close());
   if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter) return QWidget::keyPressEvent(event);
   if (auto* button = qobject_cast<QPushButton*>(QApplication::focusWidget())) return button->animateClick();
-  for (QPushButton* button : findChildren<QPushButton*>()) {
-    if (button->property("primary").toBool() && button->isEnabled() && button->isVisible())
-      return button->animateClick();
-  }
+  if (PushButton* button = primaryButton()) button->animateClick();
 }
 
 void WindowHost::resizeEvent(QResizeEvent*) { tellFrame(); }

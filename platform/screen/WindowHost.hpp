@@ -11,6 +11,8 @@ class QScrollArea;
 
 namespace kestrelune {
 
+class PushButton;
+
 /// One window of the companion: a tree of views in a frame.
 class WindowHost final : public QWidget {
   Q_OBJECT
@@ -36,6 +38,8 @@ class WindowHost final : public QWidget {
 
  private:
   void fit();
+  void focusFirst();
+  PushButton* primaryButton() const;
   void tellFrame();
 
   WindowSpec spec_;

@@ -9,7 +9,7 @@ namespace kestrelune::inspect {
 
 namespace {
 
-constexpr std::size_t kMostBytes = 64u << 20;
+constexpr std::size_t kMostBytes = 512u << 20;
 
 std::map<std::string, const Subcommand*>& registry() {
   static std::map<std::string, const Subcommand*> known;
@@ -109,6 +109,13 @@ StatusReader::Alive aliveOption(const Arguments& arguments) {
 Snapshot snapshotOf(const std::string& file, const Arguments& arguments) {
   const Date now = nowOption(arguments);
   return StatusReader::read(systemFiles(), Url::file(file), now, marksOption(arguments), aliveOption(arguments));
+}
+
+std::optional<ProblemRecord> problemOption(const Arguments& arguments) {
+  const std::optional<std::string> file = arguments.option("--problem");
+  if (!file) return std::nullopt;
+  const Outcome<std::string> bytes = readFile(systemFiles(), *file, ProblemPlan::kRecordLimit);
+  return bytes ? ProblemPlan::decode(bytes.value) : std::nullopt;
 }
 
 std::optional<Json> jsonFile(const std::string& path) {

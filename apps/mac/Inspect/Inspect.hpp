@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "ProblemPlan.hpp"
 #include "StatusReader.hpp"
 #include "base/Dates.hpp"
 #include "base/Json.hpp"
@@ -74,6 +75,8 @@ Date timeArgument(const std::string& text);
 StatusReader::Alive aliveOption(const Arguments& arguments);
 /// The snapshot of a status file under "--now", "--alive" and "--marks".
 Snapshot snapshotOf(const std::string& file, const Arguments& arguments);
+/// "--problem": the record in a file, taken as one that is under way.
+std::optional<ProblemRecord> problemOption(const Arguments& arguments);
 /// A whole JSON file; absent when it is missing or damaged.
 std::optional<Json> jsonFile(const std::string& path);
 

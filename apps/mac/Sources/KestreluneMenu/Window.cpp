@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "RuntimeAction.hpp"
 #include "Strings.hpp"
 #include "base/Json.hpp"
 
@@ -22,7 +23,7 @@ MainWindowController::MainWindowController(const Configuration& configuration, c
 
 void MainWindowController::show(const std::string& place, const Snapshot& snapshot) {
   model_.setSnapshot(snapshot);
-  model_.setPlace(place);
+  model_.setPlace(Action::validPlace(place) ? place : "tasks");
   model_.setCopied(false);
   model_.loadHistory();
   model_.loadSchedules();
@@ -46,7 +47,10 @@ void MainWindowController::show(const std::string& place, const Snapshot& snapsh
 
 bool MainWindowController::isVisible() const { return outside_.session.windows().isVisible(kWindowId); }
 
-void MainWindowController::draw() { drawn_ = WindowViews::mainView(model_, outside_.clock.now()); }
+void MainWindowController::draw() {
+  const Date now = outside_.clock.now();
+  drawn_ = WindowViews::mainView(model_.state(), model_.lists(now), now);
+}
 
 /// One redraw in a later pass, however many values change in this one.
 void MainWindowController::redrawSoon() {
@@ -65,7 +69,7 @@ void MainWindowController::handle(const ViewEvent& event) {
   if (found == drawn_.handlers.end()) return;
   // What it does may draw anew, and with that replace the handlers.
   const auto handler = found->second;
-  handler(event.value);
+  handler(model_, event.value);
 }
 
 std::optional<Rect> MainWindowController::savedFrame() const {

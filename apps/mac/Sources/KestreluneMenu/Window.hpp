@@ -21,7 +21,8 @@ class MainWindowController {
 
   MainWindowController(const Configuration& configuration, const Outside& outside, ActionRunner& actions);
 
-  /// Brings the window to the front at a place, and has the helper asked for what the status doesn't carry.
+  /// Brings the window to the front at a place ("tasks" for one that isn't valid), and has the helper asked for what
+  /// the status doesn't carry.
   void show(const std::string& place, const Snapshot& snapshot);
   bool isVisible() const;
   WindowModel& model() { return model_; }

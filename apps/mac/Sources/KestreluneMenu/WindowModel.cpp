@@ -1,5 +1,7 @@
 #include "WindowModel.hpp"
 
+#include <algorithm>
+#include <charconv>
 #include <memory>
 #include <utility>
 
@@ -31,15 +33,28 @@ void decodeInBackground(RunLoop& loop, std::string output, T (*decode)(const Jso
 
 }  // namespace
 
+std::optional<RowRange> RowRange::around(const std::string& wanted) {
+  constexpr std::size_t kBlock = 128, kLast = 1u << 30;
+  RowRange range;
+  const char* end = wanted.data() + wanted.size();
+  const auto [dash, noFirst] = std::from_chars(wanted.data(), end, range.first);
+  if (noFirst != std::errc{} || dash == end || *dash != '-') return std::nullopt;
+  const auto [stop, noLast] = std::from_chars(dash + 1, end, range.last);
+  if (noLast != std::errc{} || stop != end || range.last < range.first || range.last > kLast) return std::nullopt;
+  range.first = range.first / kBlock * kBlock;
+  range.first -= std::min(range.first, kBlock);
+  range.last = std::min((range.last / kBlock + 2) * kBlock, range.first + 8 * kBlock);
+  return range;
+}
+
 WindowModel::WindowModel(const Configuration& configuration, const Outside& outside, ActionRunner& actions)
     : dryRun_(configuration.dryRun),
       helper_(configuration.helperRoot.appending("bin/kestrelune")),
-      reportsURL_(configuration.statusURL.deletingLastComponent().appending("reports")),
       outside_(outside),
       actions_(actions),
       histories_(outside.tasks),
       schedules_(outside.tasks) {
-  state_.snapshot = Snapshot{.signal = Signal::red};
+  state_.reportsURL = configuration.statusURL.deletingLastComponent().appending("reports");
   state_.loginItem = readLoginItem();
   state_.muted = outside_.defaults.boolean(Notifications::kMutedKey);
 }
@@ -51,19 +66,34 @@ void WindowModel::set(T State::*member, T value) {
   if (onChange) onChange();
 }
 
-void WindowModel::setSnapshot(Snapshot snapshot) { set(&State::snapshot, std::move(snapshot)); }
-void WindowModel::setPlace(const std::string& place) {
-  set(&State::place, Action::validPlace(place) ? place : std::string("tasks"));
+void WindowModel::setSnapshot(Snapshot snapshot) {
+  if (snapshot != state_.snapshot) lists_.reset();
+  set(&State::snapshot, std::move(snapshot));
 }
+
+const TaskLists& WindowModel::lists(Date now) {
+  const Calendar calendar = Calendar::current();
+  if (!lists_ || !calendar.isSameDay(lists_->madeAt, now)) {
+    lists_ = std::make_unique<TaskLists>(state_.snapshot, state_.history, now, calendar);
+  }
+  return *lists_;
+}
+
+void WindowModel::setPlace(const std::string& place) { set(&State::place, place); }
 void WindowModel::setUpdateLine(std::optional<std::string> line) { set(&State::updateLine, std::move(line)); }
 void WindowModel::setCopied(bool copied) { set(&State::copied, copied); }
+void WindowModel::setInSight(const std::string& wanted) {
+  if (const auto range = RowRange::around(wanted)) set(&State::inSight, *range);
+}
 
 void WindowModel::loadHistory() {
   if (dryRun_ || !isExecutableFile(outside_.files, helper_.path())) return;
   histories_.start(helper_.path(), {"tasks", "--json"}, [this](const std::string& output) {
-    decodeInBackground<std::vector<WindowTask>>(
-        outside_.loop, output, decodeHistory,
-        lifetime_.guarded([this](std::vector<WindowTask> tasks) { set(&State::history, std::move(tasks)); }));
+    decodeInBackground<std::vector<WindowTask>>(outside_.loop, output, decodeHistory,
+                                                lifetime_.guarded([this](std::vector<WindowTask> tasks) {
+                                                  lists_.reset();
+                                                  set(&State::history, std::move(tasks));
+                                                }));
   });
 }
 
@@ -78,7 +108,8 @@ void WindowModel::loadSchedules() {
 }
 
 void WindowModel::loadProblem() {
-  const auto text = readFile(outside_.files, reportsURL_.appending("latest.json").path(), ProblemPlan::kRecordLimit);
+  const auto text =
+      readFile(outside_.files, state_.reportsURL.appending("latest.json").path(), ProblemPlan::kRecordLimit);
   std::optional<ProblemRecord> record = text ? ProblemPlan::decode(text.value) : std::nullopt;
   set(&State::problemRunning, record && ProblemPlan::isRunning(*record, outside_.files));
   set(&State::problem, std::move(record));
@@ -133,10 +164,10 @@ void WindowModel::copyDownloadLink() {
 }
 
 void WindowModel::showProblemReport() {
-  const auto folder = ProblemPlan::reportFolder(state_.problem, reportsURL_);
+  const auto folder = ProblemPlan::reportFolder(state_.problem, state_.reportsURL);
   if (!folder) return;
   // A link planted in the reports folder must not lead outside either.
-  const std::string inside = reportsURL_.resolvingSymbolicLinks().path() + "/";
+  const std::string inside = state_.reportsURL.resolvingSymbolicLinks().path() + "/";
   const Url report = folder->appending("report.md").resolvingSymbolicLinks();
   if (report.path().starts_with(inside)) outside_.session.workspace().reveal(report);
 }

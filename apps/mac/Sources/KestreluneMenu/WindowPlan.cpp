@@ -1,7 +1,5 @@
 #include "WindowPlan.hpp"
 
-#include <algorithm>
-#include <iterator>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -77,6 +75,17 @@ std::vector<WindowTask> liveTasks(const std::optional<HelperStatus>& status, con
   return result;
 }
 
+std::unordered_map<const WindowTask*, int> repeatsIn(const std::vector<WindowTask>& tasks) {
+  std::unordered_map<const WindowTask*, int> result;
+  std::unordered_map<std::string_view, int> seen;
+  seen.reserve(tasks.size());
+  for (const WindowTask& task : tasks) {
+    const int times = ++seen[task.taskId];
+    if (times > 1) result[&task] = times;
+  }
+  return result;
+}
+
 }  // namespace
 
 void decodeJson(const Json& json, WindowTask::Step& step) {
@@ -98,7 +107,9 @@ void decodeJson(const Json& json, WindowTask& task) {
   decodeMember(json, "queued_at", task.queuedAt);
   decodeMember(json, "ended_at", task.endedAt);
   decodeMember(json, "open", task.open);
-  decodeMember(json, "steps", task.steps);
+  std::optional<std::vector<WindowTask::Step>> steps;
+  decodeMember(json, "steps", steps);
+  if (steps) task.steps.list = std::make_shared<const std::vector<WindowTask::Step>>(std::move(*steps));
 }
 
 void decodeJson(const Json& json, Schedule& schedule) {
@@ -158,20 +169,22 @@ std::vector<TaskGroup> TaskGroup::groups(const std::vector<WindowTask>& tasks, D
   };
   for (const WindowTask& task : tasks) {
     const Group group = groupOf(task, now, calendar);
-    if (group != Group::none) result[static_cast<std::size_t>(group)].tasks.push_back(task);
+    if (group != Group::none) result[static_cast<std::size_t>(group)].tasks.push_back(&task);
   }
   return result;
 }
 
-std::vector<WindowTask> TaskGroup::leftovers(const std::vector<WindowTask>& tasks, Date now, const Calendar& calendar) {
+std::vector<const WindowTask*> TaskGroup::leftovers(const std::vector<WindowTask>& tasks, Date now,
+                                                    const Calendar& calendar) {
   // By identifier, so that a task shown in a group isn't listed a second time.
   std::unordered_set<std::string_view> grouped;
   for (const WindowTask& task : tasks) {
     if (groupOf(task, now, calendar) != Group::none) grouped.insert(task.taskId);
   }
-  std::vector<WindowTask> result;
-  std::copy_if(tasks.begin(), tasks.end(), std::back_inserter(result),
-               [&](const WindowTask& task) { return !grouped.contains(task.taskId); });
+  std::vector<const WindowTask*> result;
+  for (const WindowTask& task : tasks) {
+    if (!grouped.contains(task.taskId)) result.push_back(&task);
+  }
   return result;
 }
 
@@ -222,4 +235,13 @@ std::string note(const SettleMark& mark, Date now, const Calendar& calendar) {
 }
 
 }  // namespace WindowPlan
+
+TaskLists::TaskLists(const Snapshot& snapshot, const std::vector<WindowTask>& history, Date now,
+                     const Calendar& calendar)
+    : madeAt(now),
+      all(WindowPlan::tasks(snapshot.status, history, snapshot.hidden, now, calendar)),
+      groups(TaskGroup::groups(all, now, calendar)),
+      leftovers(TaskGroup::leftovers(all, now, calendar)),
+      repeats(repeatsIn(all)) {}
+
 }  // namespace kestrelune

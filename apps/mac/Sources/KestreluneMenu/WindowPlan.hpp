@@ -1,7 +1,9 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "Status.hpp"
@@ -19,6 +21,14 @@ struct WindowTask {
 
     bool operator==(const Step&) const = default;
   };
+  /// Shared by a task's copies: a history can hold millions of them.
+  struct Steps {
+    std::shared_ptr<const std::vector<Step>> list;  ///< null: not known
+
+    bool operator==(const Steps& other) const {
+      return list == other.list || (list && other.list && *list == *other.list);
+    }
+  };
 
   std::string taskId;
   std::optional<std::string> label;
@@ -31,7 +41,7 @@ struct WindowTask {
   std::optional<std::string> queuedAt;
   std::optional<std::string> endedAt;
   std::optional<std::string> open;  ///< an address that opens the task's chat
-  std::optional<std::vector<Step>> steps;
+  Steps steps;
   std::optional<std::string> hiddenNote;  ///< why it is hidden; never sent by the helper
   std::optional<std::string> settleKey;   ///< likewise
 
@@ -65,17 +75,15 @@ std::vector<Schedule> decodeSchedules(const Json& answer);
 
 struct TaskGroup {
   std::string title;
-  std::vector<WindowTask> tasks;
+  std::vector<const WindowTask*> tasks;
   std::string empty;  ///< what stands there when there are no tasks
 
-  /// Always three: needs the user, running, done today.
+  /// Always three: needs the user, running, done today. They point into `tasks`.
   static std::vector<TaskGroup> groups(const std::vector<WindowTask>& tasks, Date now,
                                        const Calendar& calendar = Calendar::current());
   /// The tasks that are in no group, in their order.
-  static std::vector<WindowTask> leftovers(const std::vector<WindowTask>& tasks, Date now,
-                                           const Calendar& calendar = Calendar::current());
-
-  bool operator==(const TaskGroup&) const = default;
+  static std::vector<const WindowTask*> leftovers(const std::vector<WindowTask>& tasks, Date now,
+                                                  const Calendar& calendar = Calendar::current());
 };
 
 /// How the live status and the helper's history become one list: live facts win, the history adds the rest.
@@ -92,4 +100,21 @@ std::string subtitle(const WindowTask& task, const Calendar& calendar = Calendar
 std::string note(const SettleMark& mark, Date now, const Calendar& calendar = Calendar::current());
 
 }  // namespace WindowPlan
+
+/// The merged list with its groups. Holds good while status, history and hidden items are the same ones, on the day for
+/// which it was made.
+struct TaskLists {
+  TaskLists(const Snapshot& snapshot, const std::vector<WindowTask>& history, Date now,
+            const Calendar& calendar = Calendar::current());
+  TaskLists(const TaskLists&) = delete;
+  TaskLists& operator=(const TaskLists&) = delete;
+
+  const Date madeAt;
+  const std::vector<WindowTask> all;
+  const std::vector<TaskGroup> groups;
+  const std::vector<const WindowTask*> leftovers;
+  /// For the second and later tasks of one identifier: the how many-th it is.
+  const std::unordered_map<const WindowTask*, int> repeats;
+};
+
 }  // namespace kestrelune

@@ -1,0 +1,120 @@
+#include "Controls.hpp"
+
+#include <QPainter>
+
+#include "Colors.hpp"
+#include "Metrics.hpp"
+
+namespace kestrelune {
+namespace {
+
+using metrics::px;
+using Style = View::ButtonStyle;
+
+constexpr double kRadius = 6, kHeight = 26, kPadding = 12, kPlainPadding = 3;
+constexpr double kTabHeight = 28;
+
+/// A line around what has the focus, inside its bounds.
+void focusLine(QPainter& painter, const QRectF& box) {
+  painter.setPen(QPen(colors::tint(View::Tint::accent), 1.6));
+  painter.setBrush(Qt::NoBrush);
+  painter.drawRoundedRect(box.adjusted(1, 1, -1, -1), px(kRadius), px(kRadius));
+}
+
+}  // namespace
+
+PushButton::PushButton() {
+  setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+  setAutoDefault(true);
+  setAttribute(Qt::WA_Hover);
+}
+
+void PushButton::setLook(const QString& text, View::ButtonStyle style) {
+  style_ = style;
+  setText(text);
+  setFont(metrics::font(13, style == Style::primary));
+  setCursor(isPlain() ? Qt::PointingHandCursor : Qt::ArrowCursor);
+  updateGeometry();
+}
+
+QSize PushButton::sizeHint() const {
+  const QFontMetrics measures(font());
+  const int padding = px(isPlain() ? kPlainPadding : kPadding);
+  const int height = std::max(px(style_ == Style::primary ? kHeight + 4 : kHeight), measures.height() + px(4));
+  return {measures.size(Qt::TextShowMnemonic, text()).width() + 2 * padding, height};
+}
+
+QSize PushButton::minimumSizeHint() const { return sizeHint(); }
+
+void PushButton::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  const QRectF box = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+  QColor ink = colors::label();
+  if (style_ == Style::destructive) ink = colors::tint(View::Tint::red);
+  if (isPlain()) ink = colors::tint(View::Tint::accent);
+  if (!isPlain()) {
+    const bool strong = style_ == Style::primary && isEnabled();
+    QColor ground = strong ? colors::accent() : colors::control();
+    if (isDown()) {
+      ground = ground.darker(115);
+    } else if (underMouse() && isEnabled()) {
+      ground = colors::isDark() ? ground.lighter(112) : ground.darker(104);
+    }
+    painter.setPen(strong ? QPen(Qt::NoPen) : QPen(colors::controlEdge(), 1));
+    painter.setBrush(ground);
+    painter.drawRoundedRect(box, px(kRadius), px(kRadius));
+    if (strong) ink = colors::onAccent();
+  }
+  if (!isEnabled()) ink = colors::tertiaryLabel();
+  QFont font = this->font();
+  font.setUnderline(isPlain() && underMouse());
+  painter.setFont(font);
+  painter.setPen(ink);
+  painter.drawText(rect(), Qt::AlignCenter | Qt::TextSingleLine | Qt::TextHideMnemonic, text());
+  if (!hasFocus()) return;
+  const bool onAccent = style_ == Style::primary && isEnabled();
+  if (!onAccent) return focusLine(painter, box);
+  painter.setPen(QPen(colors::onAccent(), 1.4));
+  painter.setBrush(Qt::NoBrush);
+  painter.drawRoundedRect(box.adjusted(2.5, 2.5, -2.5, -2.5), px(kRadius) - 2, px(kRadius) - 2);
+}
+
+SegmentedBar::SegmentedBar() {
+  setDrawBase(false);
+  setExpanding(true);
+  setUsesScrollButtons(false);
+  setElideMode(Qt::ElideRight);
+  setAttribute(Qt::WA_Hover);
+}
+
+QSize SegmentedBar::tabSizeHint(int index) const {
+  const QFontMetrics measures(font());
+  return {measures.horizontalAdvance(tabText(index)) + px(16), std::max(px(kTabHeight), measures.height() + px(8))};
+}
+
+QSize SegmentedBar::minimumTabSizeHint(int index) const { return {px(32), tabSizeHint(index).height()}; }
+
+void SegmentedBar::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(colors::trough());
+  painter.drawRoundedRect(QRectF(rect()), px(kRadius + 1), px(kRadius + 1));
+  for (int i = 0; i < count(); ++i) {
+    const QRectF piece = QRectF(tabRect(i)).adjusted(2, 2, -2, -2);
+    const bool chosen = i == currentIndex();
+    if (chosen) {
+      painter.setPen(QPen(colors::controlEdge(), 1));
+      painter.setBrush(colors::control());
+      painter.drawRoundedRect(piece.adjusted(0.5, 0.5, -0.5, -0.5), px(kRadius), px(kRadius));
+      if (hasFocus()) focusLine(painter, piece);
+    }
+    painter.setFont(metrics::font(13, chosen));
+    painter.setPen(isEnabled() ? colors::label() : colors::tertiaryLabel());
+    const QString fitted = QFontMetrics(painter.font()).elidedText(tabText(i), elideMode(), tabRect(i).width() - px(8));
+    painter.drawText(tabRect(i), Qt::AlignCenter | Qt::TextSingleLine | Qt::TextHideMnemonic, fitted);
+  }
+}
+
+}  // namespace kestrelune
