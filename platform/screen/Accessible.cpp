@@ -1,6 +1,8 @@
 #include "Accessible.hpp"
 
+#include <QAccessibleObject>
 #include <QAccessibleWidget>
+#include <QApplication>
 
 #include "MenuPopup.hpp"
 #include "StripWindow.hpp"
@@ -25,6 +27,8 @@ class RowInterface final : public QAccessibleWidget {
     state.hasPopup = view.hasSubmenu();
     return state;
   }
+  /// What scrolls the rows is no place of its own.
+  QAccessibleInterface* parent() const override { return QAccessible::queryAccessibleInterface(row()->window()); }
   QStringList actionNames() const override {
     return row()->isSelectable() ? QStringList{pressAction()} : QStringList();
   }
@@ -46,6 +50,52 @@ class RowInterface final : public QAccessibleWidget {
     return QAccessible::MenuItem;
   }
   MenuRowView* row() const { return static_cast<MenuRowView*>(widget()); }
+};
+
+/// A menu: its rows, and the submenu that is open.
+class MenuInterface final : public QAccessibleWidget {
+ public:
+  explicit MenuInterface(MenuPopup* menu) : QAccessibleWidget(menu, QAccessible::PopupMenu) {}
+  int childCount() const override { return static_cast<int>(parts().size()); }
+  QAccessibleInterface* child(int index) const override {
+    const auto all = parts();
+    return index >= 0 && index < all.size() ? QAccessible::queryAccessibleInterface(all[index]) : nullptr;
+  }
+  int indexOfChild(const QAccessibleInterface* child) const override {
+    return static_cast<int>(parts().indexOf(child->object()));
+  }
+
+ private:
+  QList<QObject*> parts() const {
+    const auto& menu = *static_cast<MenuPopup*>(widget());
+    QList<QObject*> all(menu.rows().begin(), menu.rows().end());
+    if (menu.submenu()) all << menu.submenu();
+    return all;
+  }
+};
+
+/// The program, whose open menu the toolkit would leave out: it looks for popups below the widgets that open them.
+class ApplicationInterface final : public QAccessibleApplication {
+ public:
+  int childCount() const override { return QAccessibleApplication::childCount() + (menu() ? 1 : 0); }
+  QAccessibleInterface* child(int index) const override {
+    MenuPopup* open = menu();
+    if (open && index == QAccessibleApplication::childCount()) return QAccessible::queryAccessibleInterface(open);
+    return QAccessibleApplication::child(index);
+  }
+  int indexOfChild(const QAccessibleInterface* child) const override {
+    MenuPopup* open = menu();
+    if (open && child->object() == open) return QAccessibleApplication::childCount();
+    return QAccessibleApplication::indexOfChild(child);
+  }
+
+ private:
+  static MenuPopup* menu() {
+    for (QWidget* window : QApplication::topLevelWidgets())
+      if (auto* menu = qobject_cast<MenuPopup*>(window); menu && menu->isVisible() && !menu->parentWidget())
+        return menu;
+    return nullptr;
+  }
 };
 
 /// A widget that can be pressed as a whole.
@@ -85,7 +135,8 @@ class WholeInterface final : public QAccessibleWidget {
 QAccessibleInterface* create(const QString&, QObject* object) {
   if (auto* row = qobject_cast<MenuRowView*>(object)) return new RowInterface(row);
   if (auto* button = qobject_cast<MenuRowButton*>(object)) return new RowButtonInterface(button);
-  if (auto* menu = qobject_cast<MenuPopup*>(object)) return new QAccessibleWidget(menu, QAccessible::PopupMenu);
+  if (auto* menu = qobject_cast<MenuPopup*>(object)) return new MenuInterface(menu);
+  if (object == qApp) return new ApplicationInterface;
   if (auto* strip = qobject_cast<StripWindow*>(object)) {
     return new PressableInterface(strip, [strip] { strip->onClicked(); });
   }

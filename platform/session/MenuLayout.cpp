@@ -33,9 +33,11 @@ struct MenuLayout::Names {
 std::string exportedLabel(const std::string& title, const std::string& detail) {
   std::string label = title;
   if (!detail.empty()) label += (label.empty() ? "" : " — ") + detail;
+  label = text::shortened(label, MenuLayout::kLongestLabel, MenuLayout::kLongestLabel - 1);
+  // One character can hold any number of combining marks.
+  if (label.size() > MenuLayout::kMostLabelBytes) label.resize(MenuLayout::kMostLabelBytes);
   std::string plain;
-  for (const char c :
-       text::repairedUtf8(text::shortened(label, MenuLayout::kLongestLabel, MenuLayout::kLongestLabel - 1))) {
+  for (const char c : text::repairedUtf8(label)) {
     if (c == '\0') {
       plain += "\xEF\xBF\xBD";
     } else if (c == '\n' || c == '\r' || c == '\t') {

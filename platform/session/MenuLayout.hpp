@@ -31,6 +31,7 @@ class MenuLayout {
   static constexpr int kDeepest = 8;
   /// Characters of a label; what lies beyond is cut.
   static constexpr std::size_t kLongestLabel = 200;
+  static constexpr std::size_t kMostLabelBytes = 8000;
 
   MenuLayout();
   /// Returns whether anything that a host sees has changed.
