@@ -27,6 +27,7 @@ require_shape("${build}" "^[1-9][0-9]*$" "number of a build (-DKESTRELUNE_BUILD=
 file(SHA256 "${helper}" helper_digest)
 
 file(CONFIGURE OUTPUT "${info}" @ONLY CONTENT [=[{
+  "CFBundleExecutable": "KestreluneMenu",
   "CFBundleIdentifier": "com.kestrelune.menu",
   "CFBundleName": "Kestrelune",
   "CFBundleShortVersionString": "@version@",

@@ -91,6 +91,29 @@ std::optional<std::string> fileOf(Files& files, const std::string& folder, std::
   }
 }
 
+std::vector<std::string> applicationFolders(const Environment& environment, const std::string& home) {
+  std::vector<std::string> folders = {value(environment, "XDG_DATA_HOME", home + "/.local/share")};
+  for (std::string& folder : split(value(environment, "XDG_DATA_DIRS", kDefaultDataFolders), ':'))
+    folders.push_back(std::move(folder));
+  for (std::string& folder : folders) folder += "/applications";
+  return folders;
+}
+
+/// The ids of the files in a folder and the folders in it, whose names stand with dashes.
+std::vector<std::string> idsIn(Files& files, const std::string& folder, const std::string& prefix = "") {
+  constexpr std::string_view kSuffix = ".desktop";
+  std::vector<std::string> ids;
+  for (const std::string& name : files.list(folder).value) {
+    const std::string path = folder + "/" + name;
+    if (name.ends_with(kSuffix)) {
+      ids.push_back(prefix + name.substr(0, name.size() - kSuffix.size()));
+    } else if (const Outcome<FileInfo> info = files.linkInfo(path); info && info.value.kind == FileInfo::Kind::folder) {
+      for (std::string& id : idsIn(files, path, prefix + name + "-")) ids.push_back(std::move(id));
+    }
+  }
+  return ids;
+}
+
 }  // namespace
 
 Entry parse(std::string_view text) {
@@ -180,11 +203,8 @@ std::string escapedValue(std::string_view value) {
 std::optional<Entry> findApplication(Files& files, const Environment& environment, const std::string& home,
                                      const std::string& id, std::string* path) {
   if (id.empty() || id.find('/') != std::string::npos) return std::nullopt;
-  std::vector<std::string> folders = {value(environment, "XDG_DATA_HOME", home + "/.local/share")};
-  for (std::string& folder : split(value(environment, "XDG_DATA_DIRS", kDefaultDataFolders), ':'))
-    folders.push_back(std::move(folder));
-  for (const std::string& folder : folders) {
-    const auto file = fileOf(files, folder + "/applications", id);
+  for (const std::string& folder : applicationFolders(environment, home)) {
+    const auto file = fileOf(files, folder, id);
     if (!file) continue;
     const Outcome<std::string> content = readFile(files, *file, kLargestFile);
     if (!content) continue;
@@ -192,6 +212,21 @@ std::optional<Entry> findApplication(Files& files, const Environment& environmen
     if (isTrue(entry, "Hidden")) return std::nullopt;
     if (path) *path = *file;
     return entry;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> findByName(Files& files, const Environment& environment, const std::string& home,
+                                      const std::string& name) {
+  const std::string wanted = text::lowercased(name);
+  for (const std::string& id : {name, wanted})
+    if (findApplication(files, environment, home, id)) return id;
+  for (const std::string& folder : applicationFolders(environment, home)) {
+    for (const std::string& id : idsIn(files, folder)) {
+      const auto entry = findApplication(files, environment, home, id);
+      const auto own = entry ? entry->find("Name") : Entry::const_iterator();
+      if (entry && own != entry->end() && text::lowercased(own->second) == wanted) return id;
+    }
   }
   return std::nullopt;
 }

@@ -33,6 +33,11 @@ std::string escapedValue(std::string_view value);
 std::optional<Entry> findApplication(Files& files, const Environment& environment, const std::string& home,
                                      const std::string& id, std::string* path = nullptr);
 
+/// The desktop-file id of the application with that name: of the one whose id it is, else of the first, in the same
+/// folders, that calls itself so, capitals or not.
+std::optional<std::string> findByName(Files& files, const Environment& environment, const std::string& home,
+                                      const std::string& name);
+
 /// An executable by name in PATH, or by its absolute path; empty when there is none.
 std::string findExecutable(Files& files, const Environment& environment, const std::string& name);
 

@@ -70,6 +70,23 @@ TEST(DesktopEntry, FindsApplicationsInTheUsersFoldersFirst) {
   }
 }
 
+TEST(DesktopEntry, FindsAnIdByTheName) {
+  const TestFolder folder;
+  folder.write("home/.local/share/applications/mine.desktop", "[Desktop Entry]\nName=Weather\n");
+  folder.write("home/.local/share/applications/gone.desktop", "[Desktop Entry]\nName=Clock\nHidden=true\n");
+  folder.write("a/applications/gone.desktop", "[Desktop Entry]\nName=Clock\n");
+  folder.write("a/applications/org/maker/edit.desktop", "[Desktop Entry]\nName=Text Editor\n");
+  folder.write("a/applications/theirs.desktop", "[Desktop Entry]\nName=weather\n");
+  const Environment environment = {{"XDG_DATA_DIRS", folder.path("a")}};
+  for (const auto& [name, id] : std::vector<std::pair<std::string, std::string>>{{"Weather", "mine"},
+                                                                                 {"Theirs", "theirs"},
+                                                                                 {"text editor", "org-maker-edit"},
+                                                                                 {"Clock", ""},
+                                                                                 {"Text", ""},
+                                                                                 {"", ""}})
+    EXPECT_EQ(findByName(systemFiles(), environment, folder.path("home"), name).value_or(""), id) << name;
+}
+
 TEST(DesktopEntry, FindsExecutablesOnly) {
   const TestFolder folder;
   folder.write("a/tool", "data");

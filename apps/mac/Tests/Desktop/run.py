@@ -6,6 +6,7 @@ import test_menu  # noqa: F401
 import test_process  # noqa: F401
 import test_roads  # noqa: F401
 import test_status_item  # noqa: F401
+import test_tools  # noqa: F401
 
 if __name__ == "__main__":
     runner.main()
