@@ -79,9 +79,10 @@ std::optional<double> zoneOffset(Scanner& scanner) {
   return sign == '-' ? -offset : offset;
 }
 
+/// The zone may have changed since the last look; looking costs as much as ten conversions.
+void followZone() { tzset(); }
+
 std::tm localTime(Date date) {
-  // The zone may have changed since the last look.
-  tzset();
   const auto seconds = static_cast<std::time_t>(std::floor(date.seconds));
   std::tm parts{};
   localtime_r(&seconds, &parts);
@@ -136,6 +137,8 @@ bool Calendar::isSameDay(Date a, Date b) const {
   if (!name_.empty()) {
     if (const TextEngine* engine = textEngine()) return engine->day(a.seconds, name_) == engine->day(b.seconds, name_);
   }
+  if (std::fabs(a.seconds - b.seconds) > 2 * kDay) return false;
+  followZone();
   const std::tm first = localTime(a), second = localTime(b);
   return first.tm_year == second.tm_year && first.tm_yday == second.tm_yday;
 }
@@ -145,6 +148,7 @@ std::string Calendar::format(Date date, std::string_view pattern, std::string_vi
   const bool plain = pattern == "HH:mm" && name_.empty();
   const TextEngine* engine = plain ? nullptr : textEngine();
   if (engine) return engine->formatDate(date.seconds, pattern, locale, name_);
+  followZone();
   const std::tm parts = localTime(date);
   char text[32];
   std::snprintf(text, sizeof text, "%02d:%02d", parts.tm_hour, parts.tm_min);

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <string_view>
 
 #include "base/Descriptor.hpp"
@@ -70,7 +71,13 @@ uid_t userId() { return getuid(); }
 
 pid_t processId() { return getpid(); }
 
-std::vector<std::string> preferredLanguages() { return preferredLanguages(environment()); }
+std::vector<std::string> preferredLanguages() {
+  // Asked for each text: the whole environment would be copied as often.
+  Environment relevant;
+  for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"})
+    if (const char* value = std::getenv(name)) relevant[name] = value;
+  return preferredLanguages(relevant);
+}
 
 std::vector<std::string> preferredLanguages(const Environment& environment) {
   const std::string_view locale = messageLocale(environment);

@@ -86,6 +86,18 @@ std::optional<MenuEntry> repairLine(const Snapshot& snapshot, const Context& con
   return std::nullopt;
 }
 
+std::vector<MenuEntry> doneLines(const std::vector<DoneTask>& today, const Calendar& calendar) {
+  std::vector<MenuEntry> result;
+  for (const DoneTask& task : today) {
+    if (result.size() == kMostLines) break;
+    const std::string time = calendar.format(parsed(task.endedAt).value_or(Date{}), "HH:mm", "en_US");
+    result.push_back({.title = join(task.label, task.title),
+                      .detail = Copy::filled(Key::doneAt, {time}),
+                      .action = openTask(task.taskId)});
+  }
+  return result;
+}
+
 std::vector<MenuEntry> overview(const Snapshot& snapshot, Date now, const Calendar& calendar) {
   std::vector<MenuEntry> result;
   if (auto lines = needsYou(snapshot.status); !lines.empty()) {
@@ -96,10 +108,9 @@ std::vector<MenuEntry> overview(const Snapshot& snapshot, Date now, const Calend
     const long long count = static_cast<long long>(lines.size());
     result.push_back({.title = Copy::filled(Key::runningCount, {count}), .children = std::move(lines)});
   }
-  if (auto lines = done(snapshot.status, now, calendar); !lines.empty()) {
-    const std::size_t count = doneToday(snapshot.status, now, calendar).size();
-    result.push_back(
-        {.title = Copy::text(Key::doneToday) + " · " + std::to_string(count), .children = std::move(lines)});
+  if (const auto today = doneToday(snapshot.status, now, calendar); !today.empty()) {
+    result.push_back({.title = Copy::text(Key::doneToday) + " · " + std::to_string(today.size()),
+                      .children = doneLines(today, calendar)});
   }
   return result;
 }
@@ -210,15 +221,7 @@ std::vector<DoneTask> doneToday(const std::optional<HelperStatus>& status, Date 
 }
 
 std::vector<MenuEntry> done(const std::optional<HelperStatus>& status, Date now, const Calendar& calendar) {
-  std::vector<MenuEntry> result;
-  for (const DoneTask& task : doneToday(status, now, calendar)) {
-    if (result.size() == kMostLines) break;
-    const std::string time = calendar.format(parsed(task.endedAt).value_or(now), "HH:mm", "en_US");
-    result.push_back({.title = join(task.label, task.title),
-                      .detail = Copy::filled(Key::doneAt, {time}),
-                      .action = openTask(task.taskId)});
-  }
-  return result;
+  return doneLines(doneToday(status, now, calendar), calendar);
 }
 
 Pill pill(const Snapshot& snapshot, Date now, const Calendar& calendar) {
