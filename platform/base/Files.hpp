@@ -44,6 +44,8 @@ class Files {
   virtual int fchmod(int descriptor, mode_t mode) = 0;
   virtual int fsync(int descriptor) = 0;
   virtual int close(int descriptor) = 0;
+  /// Takes the file's lock (flock) until the descriptor is closed, without waiting; EWOULDBLOCK while another has it.
+  virtual int lock(int descriptor) = 0;
   virtual Outcome<FileInfo> descriptorInfo(int descriptor) = 0;
 
   virtual Outcome<FileInfo> info(const std::string& path) = 0;      ///< follows links

@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <stdio.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -73,6 +74,9 @@ class SystemFiles final : public Files {
   int close(int descriptor) override {
     // The descriptor is gone also when a signal interrupted this.
     return ::close(descriptor) == -1 && errno != EINTR ? errno : 0;
+  }
+  int lock(int descriptor) override {
+    return errorOf(repeated([&] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }));
   }
   Outcome<FileInfo> descriptorInfo(int descriptor) override {
     struct stat status {};

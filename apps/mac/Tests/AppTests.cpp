@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Fakes/FakeDefaults.hpp"
+#include "Fakes/FakeHttp.hpp"
 #include "Fakes/FakeLoop.hpp"
 #include "Fakes/FakeSession.hpp"
 #include "Fakes/FakeTasks.hpp"
@@ -32,6 +33,7 @@ struct Program {
                   .tasks = tasks,
                   .session = session,
                   .defaults = defaults,
+                  .http = http,
                   .bundle = Bundle(folder.url("Kestrelune.app")),
                   .pid = 4711,
                   .output = [this](const std::string& line) { lines.push_back(line); }},
@@ -46,6 +48,7 @@ struct Program {
   FakeSession session{loop};
   FakeTaskLauncher tasks{loop};
   FakeDefaults defaults;
+  FakeHttp http{loop};
   Lines lines;
   AppDelegate delegate;
 };

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Fakes/FakeDefaults.hpp"
+#include "Fakes/FakeHttp.hpp"
 #include "Fakes/FakeLoop.hpp"
 #include "Fakes/FakeSession.hpp"
 #include "Fakes/FakeTasks.hpp"
@@ -33,6 +34,7 @@ class MenuTest : public ::testing::Test {
                                .tasks = tasks,
                                .session = session,
                                .defaults = defaults,
+                               .http = http,
                                .bundle = Bundle(Url::file("/app")),
                                .pid = 4711,
                                .output = [this](const std::string& line) { lines.push_back(line); }});
@@ -56,6 +58,7 @@ class MenuTest : public ::testing::Test {
   FakeSession session{loop};
   FakeTaskLauncher tasks{loop};
   FakeDefaults defaults;
+  FakeHttp http{loop};
   std::vector<std::string> lines;
   std::unique_ptr<MenuController> controller_;
 };

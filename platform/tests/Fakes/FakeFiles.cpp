@@ -256,6 +256,11 @@ int FakeFiles::close(int descriptor) {
   return descriptors_.erase(descriptor) == 0 ? EBADF : error;
 }
 
+int FakeFiles::lock(int descriptor) {
+  const int error = step("lock");
+  return descriptors_.contains(descriptor) ? error : EBADF;
+}
+
 Outcome<FileInfo> FakeFiles::descriptorInfo(int descriptor) {
   if (const int error = step("fstat")) return {{}, error};
   return {infoOf(*descriptors_.at(descriptor).node), 0};

@@ -62,6 +62,7 @@ class FakeFiles final : public Files {
   int fchmod(int descriptor, mode_t mode) override;
   int fsync(int descriptor) override;
   int close(int descriptor) override;
+  int lock(int descriptor) override;
   Outcome<FileInfo> descriptorInfo(int descriptor) override;
   Outcome<FileInfo> info(const std::string& path) override;
   Outcome<FileInfo> linkInfo(const std::string& path) override;

@@ -54,6 +54,7 @@ void AppDelegate::applicationDidFinishLaunching() {
   if (!controller_->setup().needsMoveIntoApp()) controller_->background().start();
   controller_->setup().start(controller_->snapshot());
   controller_->schedule(SetupController::kCheckPeriod, [this] { controller_->setup().checkForUpdates(); });
+  controller_->appUpdater().start();
   if (configuration_.dryRun) handleArguments();
 }
 

@@ -1,9 +1,11 @@
 #include "AppUpdateFiles.hpp"
 
-#include <cerrno>
 #include <charconv>
+#include <utility>
+#include <vector>
 
 #include "Runtime.hpp"
+#include "base/Move.hpp"
 #include "base/Text.hpp"
 
 namespace kestrelune {
@@ -40,6 +42,15 @@ Url AppUpdateFiles::confirmationURL(std::int64_t build) const {
 Url AppUpdateFiles::watchdogURL() const { return directory_.appending("watchdog.sh"); }
 
 void AppUpdateFiles::prepare() const { check(makeFolders(files_, directory_.path(), 0700)); }
+
+AppUpdateFiles::Claim::~Claim() { files_.close(descriptor_); }
+
+std::unique_ptr<AppUpdateFiles::Claim> AppUpdateFiles::claim() const {
+  const auto lock = openForAppending(files_, directory_.appending("lock").path(), 0600);
+  if (!lock) return nullptr;
+  auto claim = std::make_unique<Claim>(files_, lock.value);
+  return files_.lock(lock.value) == 0 ? std::move(claim) : nullptr;
+}
 
 AppUpdateState AppUpdateFiles::read() const {
   const auto text = readFile(files_, directory_.appending("state.json").path(), kLargestState);
@@ -112,24 +123,6 @@ std::optional<Url> AppUpdateFiles::singleApp(const Url& folder) const {
   const auto info = files_.linkInfo(app.path());
   if (!info || info.value.kind != FileInfo::Kind::folder) return std::nullopt;
   return app;
-}
-
-int removeTree(Files& files, const std::string& path) {
-  const auto info = files.linkInfo(path);
-  if (!info) return info.error;
-  if (info.value.kind != FileInfo::Kind::folder) return files.unlink(path);
-
-  // A folder that was made unreadable on purpose must not outlive its removal.
-  if ((info.value.mode & 0700) != 0700) files.chmod(path, 0700);
-  const auto names = files.list(path);
-  if (!names) return names.error;
-  int first = 0;
-  for (const std::string& name : names.value) {
-    const int error = removeTree(files, path + "/" + name);
-    if (first == 0) first = error;
-  }
-  const int error = files.removeFolder(path);
-  return first != 0 ? first : error;
 }
 
 }  // namespace kestrelune

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -31,6 +32,19 @@ struct AppUpdateState {
 /// the watchdog script.
 class AppUpdateFiles {
  public:
+  /// While it lives, no other process has one.
+  class Claim {
+   public:
+    Claim(Files& files, int descriptor) : files_(files), descriptor_(descriptor) {}
+    ~Claim();
+    Claim(const Claim&) = delete;
+    Claim& operator=(const Claim&) = delete;
+
+   private:
+    Files& files_;
+    int descriptor_;
+  };
+
   AppUpdateFiles(Files& files, Url directory) : files_(files), directory_(std::move(directory)) {}
 
   const Url& directory() const { return directory_; }
@@ -42,6 +56,8 @@ class AppUpdateFiles {
 
   /// Makes the folder, readable by nobody else. Throws `RuntimeError::posix`.
   void prepare() const;
+  /// The right to handle archives and applications in this folder; null while another process has it.
+  std::unique_ptr<Claim> claim() const;
   /// A missing, damaged or unknown state is the empty one.
   AppUpdateState read() const;
   /// Throws `RuntimeError::posix`.
@@ -59,8 +75,5 @@ class AppUpdateFiles {
   Files& files_;
   Url directory_;
 };
-
-/// Removes a file or a whole folder, without following links. Returns 0 or the first error number; goes on past it.
-int removeTree(Files& files, const std::string& path);
 
 }  // namespace kestrelune

@@ -73,5 +73,8 @@ bool quiet(const Snapshot& snapshot, bool appBusy);
 bool wants(const AppRelease& release, const InstalledApp& installed, const std::optional<std::int64_t>& skippedBuild,
            const SystemVersion& system);
 
+/// The text of the restart script; `rounds`: the seconds it waits for the new build to report in.
+std::string watchdog(int rounds);
+
 }  // namespace AppUpdatePolicy
 }  // namespace kestrelune

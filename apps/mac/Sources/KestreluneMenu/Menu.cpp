@@ -27,6 +27,7 @@ MenuController::MenuController(Configuration configuration, Outside outside)
                                    outside_.bundle.contents("Helpers/KestreluneLeash").path()}),
       problems_(configuration_, outside_, actions_, notifications_),
       updater_(configuration_, outside_.files, outside_.clock, outside_.execute, outside_.output),
+      appUpdater_(configuration_, outside_, notifications_),
       settled_(outside_.defaults) {
   wire();
   item().setEvents({.menuWillOpen = lifetime_.guarded([this] { menuWillOpen(); }),
@@ -139,6 +140,7 @@ void MenuController::writeHeartbeat() {
 
 void MenuController::stop() {
   timers_.clear();
+  appUpdater_.stop();
   if (mainWindow_) mainWindow_->stop();
   heartbeat_.removeOwnedFile();
   background_.stop();

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "AppConfiguration.hpp"
+#include "AppUpdate.hpp"
 #include "Background.hpp"
 #include "MenuPlan.hpp"
 #include "NoticeTracker.hpp"
@@ -66,10 +67,13 @@ class MenuController {
   const Snapshot& snapshot() const { return snapshot_; }
   SetupController& setup() { return setup_; }
   BackgroundProcess& background() { return background_; }
+  AppSelfUpdater& appUpdater() { return appUpdater_; }
   StatusItem& item() { return outside_.session.statusItem(); }
 
  private:
   void wire();
+  /// Something is under way that a restart of the program would break off.
+  bool appBusy() const;
   void chosen(const MenuChoice& choice);
   void menuWillOpen();
   void readStatus();
@@ -96,6 +100,7 @@ class MenuController {
   BackgroundProcess background_;
   ProblemReporter problems_;
   AppsUpdater updater_;
+  AppSelfUpdater appUpdater_;
   SettleStore settled_;
   NoticeTracker tracker_;
   Snapshot snapshot_;

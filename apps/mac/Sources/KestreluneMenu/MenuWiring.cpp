@@ -8,6 +8,9 @@ namespace kestrelune {
 /// What the subsystems, which don't know each other, have to do with each other. They are owned here and call back
 /// only while they live, so that each callback finds the controller.
 void MenuController::wire() {
+  appUpdater_.snapshot = [this] { return snapshot_; };
+  appUpdater_.appBusy = [this] { return appBusy(); };
+
   actions_.setupAction = [this] { showSetupWindow(); };
   actions_.windowAction = [this](const std::string& place) { showWindow(place); };
   actions_.problemAction = [this] { problems_.start(snapshot_); };
@@ -33,6 +36,10 @@ void MenuController::wire() {
   setup_.onBeforeInstall = [this] { background_.stop(); };
   setup_.restartBackground = [this] { return background_.restart(); };
   setup_.onFinished = [this](std::int32_t code, const std::string& lastLine) { setupFinished(code, lastLine); };
+}
+
+bool MenuController::appBusy() const {
+  return setup_.busy() || updater_.running() || problems_.running() || (setupWindow_ && setupWindow_->isVisible());
 }
 
 SetupController::Reach MenuController::setupReach() {

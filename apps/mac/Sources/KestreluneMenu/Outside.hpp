@@ -3,11 +3,13 @@
 #include <functional>
 #include <string>
 
+#include "AppSignature.hpp"
 #include "BackgroundCommand.hpp"
 #include "base/Bundle.hpp"
 #include "base/Clock.hpp"
 #include "base/Defaults.hpp"
 #include "base/Files.hpp"
+#include "base/Http.hpp"
 #include "base/RunLoop.hpp"
 #include "base/Session.hpp"
 #include "base/Task.hpp"
@@ -22,7 +24,9 @@ struct Outside {
   TaskLauncher& tasks;
   Session& session;
   Defaults& defaults;
+  Http& http;
   Bundle bundle;
+  AppSignature signature;
   ExecuteCommand execute;  ///< how short-lived commands are run
   pid_t pid = 0;
   std::function<void(const std::string&)> output;  ///< one line, printed at once

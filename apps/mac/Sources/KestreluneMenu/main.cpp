@@ -9,6 +9,7 @@
 #include "base/Clock.hpp"
 #include "base/Defaults.hpp"
 #include "base/Files.hpp"
+#include "base/Http.hpp"
 #include "base/System.hpp"
 #include "base/Task.hpp"
 #include "session/Desktop.hpp"
@@ -48,6 +49,8 @@ int main(int count, char** arguments) {
                                            .launcher = bundle.contents("MacOS/KestreluneMenu").path(),
                                            .dryRun = configuration->dryRun});
 
+  const auto http = makeChildHttp(*tasks, *loop, systemFiles(), bundle.contents("Helpers/KestreluneFetch").path());
+
   AppDelegate delegate(*configuration,
                        {.loop = *loop,
                         .clock = clock,
@@ -55,7 +58,9 @@ int main(int count, char** arguments) {
                         .tasks = *tasks,
                         .session = *session,
                         .defaults = *defaults,
+                        .http = *http,
                         .bundle = bundle,
+                        .signature = AppSignature::of(bundle, systemFiles(), clock),
                         .execute = HelperCommandRunner::executor(*loop),
                         .pid = system::processId(),
                         .output = system::printLine},

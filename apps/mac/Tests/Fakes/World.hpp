@@ -7,6 +7,7 @@
 
 #include "AppConfiguration.hpp"
 #include "Fakes/FakeDefaults.hpp"
+#include "Fakes/FakeHttp.hpp"
 #include "Fakes/FakeLoop.hpp"
 #include "Fakes/FakeSession.hpp"
 #include "Fakes/FakeTasks.hpp"
@@ -35,6 +36,7 @@ struct World {
             .tasks = tasks,
             .session = session,
             .defaults = defaults,
+            .http = http,
             .bundle = Bundle(Url::file("/app")),
             .pid = 4711,
             .output = [this](const std::string& line) { lines.push_back(line); }};
@@ -52,6 +54,7 @@ struct World {
   FakeSession session{loop};
   FakeTaskLauncher tasks{loop};
   FakeDefaults defaults;
+  FakeHttp http{loop};
   std::vector<std::string> lines;
 };
 

@@ -1,0 +1,106 @@
+#include "AppUpdate.hpp"
+
+#include <utility>
+
+#include "AppUpdateTimes.hpp"
+#include "Runtime.hpp"
+
+namespace kestrelune {
+namespace {
+
+constexpr double kPendingSeconds = 600;
+
+}  // namespace
+
+AppSelfUpdater::AppSelfUpdater(const Configuration& configuration, Outside outside, Notifications& notifications,
+                               bool runsTests)
+    : appBusy([] { return false; }),
+      snapshot([] { return Snapshot{.signal = Signal::red, .issue = StatusIssue::missing}; }),
+      configuration_(configuration),
+      outside_(std::move(outside)),
+      files_(outside_.files, configuration.helperRoot.appending("app-update")),
+      installed_(InstalledApp::from(outside_.bundle)),
+      notifications_(notifications),
+      runsTests_(runsTests) {}
+
+void AppSelfUpdater::start() {
+  started_ = true;
+  reportIn();
+  const auto requirement = requirementForUpdates();
+  if (!requirement) return;
+  inBackground([satisfies = outside_.signature.satisfies, app = installed_->url,
+                wanted = *requirement] { return satisfies(app, wanted); },
+               [this, requirement](bool satisfied) {
+                 if (!satisfied || !started_) return;
+                 requirement_ = requirement;
+                 setTimers();
+               });
+}
+
+void AppSelfUpdater::stop() {
+  started_ = false;
+  timers_.clear();
+}
+
+void AppSelfUpdater::reportIn() {
+  if (!installed_ || configuration_.dryRun) return;
+  AppUpdateState state = files_.read();
+  const auto rolledBack = files_.takeRolledBack();
+  bool confirms = false;
+  if (rolledBack) {
+    state.skippedBuild = rolledBack;
+    state.pending.reset();
+  } else if (state.pending && state.pending->toBuild == installed_->build) {
+    state.pending.reset();
+    confirms = true;
+  } else if (state.pending && outside_.clock.now().seconds - state.pending->startedAt > kPendingSeconds) {
+    state.pending.reset();
+  }
+  writeQuietly(state);
+  if (confirms) confirmation_ = outside_.loop.after(AppUpdateTimes::kConfirmation, [this] { confirm(); });
+}
+
+void AppSelfUpdater::confirm() {
+  try {
+    files_.place(files_.confirmationURL(installed_->build), "");
+  } catch (const RuntimeError&) {
+  }
+  files_.clean(std::nullopt);
+}
+
+/// All gates but the last, which reads the whole application.
+std::optional<std::string> AppSelfUpdater::requirementForUpdates() {
+  if (configuration_.dryRun || runsTests_ || outside_.defaults.boolean(kOffKey) || !installed_) return std::nullopt;
+  if (!outside_.signature.runningTeam || !outside_.signature.satisfies) return std::nullopt;
+  const auto team = outside_.signature.runningTeam();
+  return team ? AppUpdatePolicy::requirement(installed_->bundleIdentifier, *team) : std::nullopt;
+}
+
+void AppSelfUpdater::setTimers() {
+  RunLoop& loop = outside_.loop;
+  timers_.push_back(loop.after(AppUpdateTimes::kFirstCheck, [this] { check(); }));
+  timers_.push_back(loop.every(AppUpdateTimes::kCheckPeriod, [this] { check(); }));
+  timers_.push_back(loop.every(AppUpdateTimes::kQuietPeriod, [this] { installIfQuiet(); }));
+}
+
+void AppSelfUpdater::backToIdle() {
+  phase_ = Phase::idle;
+  claim_.reset();
+}
+
+void AppSelfUpdater::writeQuietly(const AppUpdateState& state) const {
+  try {
+    files_.write(state);
+  } catch (const RuntimeError&) {
+  }
+}
+
+void AppSelfUpdater::inBackground(std::function<bool()> work, std::function<void(bool)> then) {
+  outside_.loop.background(
+      [&loop = outside_.loop, work = std::move(work), then = lifetime_.guarded(std::move(then))]() mutable {
+        const bool result = work();
+        loop.post([then = std::move(then), result] { then(result); });
+      });
+}
+
+}  // namespace kestrelune

@@ -1,0 +1,108 @@
+#include <utility>
+
+#include "AppUpdate.hpp"
+#include "AppUpdateTimes.hpp"
+#include "Runtime.hpp"
+#include "base/Move.hpp"
+#include "base/Text.hpp"
+
+namespace kestrelune {
+namespace {
+
+constexpr double kAssessTimeout = 120;
+constexpr const char* kAssessed = "source=Notarized Developer ID";
+
+void require(int error) {
+  if (error != 0) throw RuntimeError::posix(error);
+}
+
+}  // namespace
+
+void AppSelfUpdater::verify(const AppRelease& release, const Url& app) {
+  const auto candidate = InstalledApp::from(Bundle(app));
+  if (!installed_ || !requirement_ || !candidate || candidate->bundleIdentifier != installed_->bundleIdentifier ||
+      candidate->build != release.build || candidate->version != release.version) {
+    return refuse(release);
+  }
+  inBackground([satisfies = outside_.signature.satisfies, app,
+                requirement = *requirement_] { return satisfies(app, requirement); },
+               [this, release, app](bool satisfied) { satisfied ? assess(release, app) : refuse(release); });
+}
+
+void AppSelfUpdater::assess(const AppRelease& release, const Url& app) {
+  outside_.execute({outside_.bundle.contents("Helpers/spctl").path(),
+                    {"--assess", "--type", "execute", "-v", app.path()},
+                    system::environment()},
+                   kAssessTimeout, lifetime_.guarded([this, release, app](const HelperCommandResult& result) {
+                     // Accepted for another reason is refused.
+                     if (result.code != 0 || text::trimmed(result.lastLine) != kAssessed) return refuse(release);
+                     staged_ = Staged{release, app};
+                     phase_ = Phase::ready;
+                     installIfQuiet();
+                   }));
+}
+
+void AppSelfUpdater::refuse(const AppRelease& release) {
+  removeTree(outside_.files, files_.stagedURL(release.build).path());
+  refused_.insert(release.build);
+  backToIdle();
+}
+
+void AppSelfUpdater::installIfQuiet() {
+  if (phase_ != Phase::ready || !staged_ || !installed_) return;
+  if (AppUpdatePolicy::quiet(snapshot(), appBusy())) install();
+}
+
+void AppSelfUpdater::install() {
+  phase_ = Phase::installing;
+  const Staged staged = *staged_;
+  const Url backup = files_.backupURL(installed_->build);
+  AppUpdateState state = files_.read();
+  state.pending.reset();
+  const AppUpdateState before = state;
+  removeTree(outside_.files, backup.path());
+  try {
+    placeWatchdog();
+    state.pending = {installed_->build, staged.release.build, outside_.clock.now().seconds};
+    files_.write(state);
+    swap(installed_->url, staged.app, backup);
+    if (startWatchdog(backup, staged.release.build)) return outside_.loop.stop();
+    swap(installed_->url, backup, staged.app);
+  } catch (const RuntimeError&) {
+  }
+  writeQuietly(before);
+  staged_.reset();
+  refuse(staged.release);
+}
+
+/// The script and the tools it needs, all of this build, so that none depends on the new one.
+void AppSelfUpdater::placeWatchdog() const {
+  for (const char* tool : {"open", "move"}) {
+    const std::string source = outside_.bundle.contents(std::string("Helpers/") + tool).path();
+    require(placeCopy(outside_.files, files_.directory().appending(tool).path(), source, 0700, ".placing-"));
+  }
+  files_.place(files_.watchdogURL(), AppUpdatePolicy::watchdog(AppUpdateTimes::kWatchdogRounds));
+}
+
+bool AppSelfUpdater::startWatchdog(const Url& backup, std::int64_t build) {
+  TaskRequest script;
+  script.executable = "/bin/sh";
+  script.arguments = {files_.watchdogURL().path(), std::to_string(outside_.pid), installed_->url.path(), backup.path(),
+                      files_.directory().path(),   std::to_string(build)};
+  return static_cast<bool>(outside_.tasks.launch(script, [](const TaskEnd&) {}));
+}
+
+/// Puts the application at `with` in place of `app`, which goes to `backup`.
+void AppSelfUpdater::swap(const Url& app, const Url& with, const Url& backup) const {
+  Files& files = outside_.files;
+  if (files.exchange(app.path(), with.path()) == 0) {
+    syncFolder(files, app.deletingLastComponent().path());
+    return require(moveItem(files, with.path(), backup.path()));
+  }
+  require(moveItem(files, app.path(), backup.path()));
+  const int error = moveItem(files, with.path(), app.path());
+  if (error != 0) moveItem(files, backup.path(), app.path());
+  require(error);
+}
+
+}  // namespace kestrelune

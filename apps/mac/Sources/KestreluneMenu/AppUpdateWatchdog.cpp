@@ -1,0 +1,51 @@
+#include "AppUpdatePolicy.hpp"
+
+namespace kestrelune {
+
+/// The new build may be broken in any way, so the script needs nothing of it: the two tools that it calls by `$dir` are
+/// copies from the build that wrote it. Each move ends with one whole application, whatever it crosses.
+std::string AppUpdatePolicy::watchdog(int rounds) {
+  return R"(#!/bin/sh
+# Kestrelune App update: start the new version, keep the old one until the new one reports in.
+old_pid="$1"
+app="$2"
+backup="$3"
+dir="$4"
+build="$5"
+
+n=0
+while kill -0 "$old_pid" 2>/dev/null && [ "$n" -lt 60 ]; do
+  sleep 0.5
+  n=$((n + 1))
+done
+
+"$dir/open" -n "$app"
+
+n=0
+while [ "$n" -lt )" +
+         std::to_string(rounds) + R"( ]; do
+  if [ -f "$dir/confirmed-$build" ]; then
+    /bin/rm -rf "$backup"
+    /bin/rm -f "$dir/confirmed-$build"
+    exit 0
+  fi
+  sleep 1
+  n=$((n + 1))
+done
+
+/usr/bin/pkill -f "$app/Contents/MacOS/KestreluneMenu"
+sleep 1
+# One that hangs takes no notice of a request.
+/usr/bin/pkill -KILL -f "$app/Contents/MacOS/KestreluneMenu"
+failed="$dir/failed-$build.app"
+/bin/rm -rf "$failed"
+if [ -d "$backup" ] && "$dir/move" "$app" "$failed"; then
+  "$dir/move" "$backup" "$app"
+  echo "$build" > "$dir/rolled-back"
+  /bin/rm -rf "$failed"
+fi
+"$dir/open" -n "$app"
+)";
+}
+
+}  // namespace kestrelune
