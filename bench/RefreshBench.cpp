@@ -4,6 +4,7 @@
 #include <string>
 
 #include "Fakes/FakeDefaults.hpp"
+#include "Fakes/FakeHttp.hpp"
 #include "Fakes/FakeLoop.hpp"
 #include "Fakes/FakeSession.hpp"
 #include "Fakes/FakeTasks.hpp"
@@ -37,6 +38,7 @@ void refreshUnchanged(benchmark::State& state) {
   FakeSession session(loop);
   FakeTaskLauncher tasks(loop);
   FakeDefaults defaults;
+  FakeHttp http{loop};
   const TestFolder folder;
   folder.write("status.json", status(clock.now(), state.range(0)));
   session.statusItem().wantsMenu = state.range(1) != 0;
@@ -49,6 +51,7 @@ void refreshUnchanged(benchmark::State& state) {
                              .tasks = tasks,
                              .session = session,
                              .defaults = defaults,
+                             .http = http,
                              .bundle = Bundle(folder.url("Kestrelune.app")),
                              .pid = ::getpid(),
                              .output = [](const std::string&) {}});
