@@ -17,6 +17,9 @@ constexpr std::size_t kDeepest = 512;
 /// nests too deep.
 class Builder final : public nlohmann::json_sax<Nlohmann> {
  public:
+  Builder() = default;
+  Builder(std::string_view list, const std::function<void(Json)>& take) : list_(list), take_(&take) {}
+
   Json root;
 
   bool null() override { return put(Json()); }
@@ -57,21 +60,36 @@ class Builder final : public nlohmann::json_sax<Nlohmann> {
   }
   bool put(Json value) {
     place(std::move(value));
+    handOver();
     return true;
   }
   // Only the last container of each level grows, so the pointers to the open ones stay valid.
   bool open(Json value) {
     if (open_.size() == kDeepest) return false;
+    const bool streams = take_ && open_.size() == 1 && key_ == list_ && root.object() && value.array();
     open_.push_back(place(std::move(value)));
+    if (streams) streamed_ = open_.back();
     return true;
   }
   bool close() {
+    if (open_.back() == streamed_) streamed_ = nullptr;
     open_.pop_back();
+    handOver();
     return true;
+  }
+  /// The element that has just been finished, if it is one of the long array.
+  void handOver() {
+    if (!streamed_ || open_.back() != streamed_) return;
+    Json::Array& array = *streamed_->array();
+    (*take_)(std::move(array.back()));
+    array.clear();
   }
 
   std::vector<Json*> open_;
   std::string key_;
+  std::string_view list_;
+  const std::function<void(Json)>* take_ = nullptr;
+  Json* streamed_ = nullptr;  ///< the long array, while it is open
 };
 
 void writeString(const std::string& text, std::string& out) {
@@ -156,6 +174,12 @@ void Json::set(std::string key, Json value) {
 
 Json Json::parse(std::string_view text) {
   Builder builder;
+  if (!Nlohmann::sax_parse(text.begin(), text.end(), &builder)) throw JsonError("not JSON");
+  return std::move(builder.root);
+}
+
+Json Json::parse(std::string_view text, std::string_view list, const std::function<void(Json)>& take) {
+  Builder builder(list, take);
   if (!Nlohmann::sax_parse(text.begin(), text.end(), &builder)) throw JsonError("not JSON");
   return std::move(builder.root);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -62,6 +63,9 @@ class Json {
   /// Reads one whole UTF-8 JSON text. Throws `JsonError` for anything else: invalid UTF-8, trailing text, nesting
   /// deeper than 512.
   static Json parse(std::string_view text);
+  /// The same for an object with a long array in its member `list`: each element is handed to `take` as it is read and
+  /// isn't kept, so that the array is empty in what comes back. What `take` throws ends the reading.
+  static Json parse(std::string_view text, std::string_view list, const std::function<void(Json)>& take);
   /// Compact, keys sorted, no trailing line feed. Invalid UTF-8 in strings is repaired.
   std::string write() const;
 

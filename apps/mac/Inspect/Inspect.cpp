@@ -9,8 +9,6 @@ namespace kestrelune::inspect {
 
 namespace {
 
-constexpr std::size_t kMostBytes = 512u << 20;
-
 std::map<std::string, const Subcommand*>& registry() {
   static std::map<std::string, const Subcommand*> known;
   return known;

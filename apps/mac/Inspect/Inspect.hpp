@@ -15,6 +15,9 @@
 /// Subcommand` of its own unit; that alone makes it known.
 namespace kestrelune::inspect {
 
+/// The most that is read of a file.
+constexpr std::size_t kMostBytes = 512u << 20;
+
 /// Arguments that can't be used: one line on standard error, exit status 2.
 class Unusable : public std::runtime_error {
   using std::runtime_error::runtime_error;

@@ -12,11 +12,11 @@ namespace {
 
 /// A list that the helper prints, from a file; the option's own words for one that isn't there or can't be used.
 template <class T>
-std::vector<T> listFrom(const std::string& file, std::vector<T> (*decode)(const Json&)) {
-  const std::optional<Json> answer = jsonFile(file);
-  if (!answer) throw Unusable("no JSON object in " + file);
+std::vector<T> listFrom(const std::string& file, std::vector<T> (*decode)(std::string_view)) {
+  const Outcome<std::string> answer = readFile(systemFiles(), file, kMostBytes);
+  if (!answer) throw Unusable("can't read " + file);
   try {
-    return decode(*answer);
+    return decode(answer.value);
   } catch (const JsonError& error) {
     throw Unusable(file + ": " + error.what());
   }
@@ -41,9 +41,9 @@ Json toJson(const WindowTask& task) {
   object.setIfPresent("open", task.open);
   object.setIfPresent("hiddenNote", task.hiddenNote);
   object.setIfPresent("settleKey", task.settleKey);
-  if (!task.steps.list) return object;
+  if (task.steps == WindowTask::Steps()) return object;
   Json::Array steps;
-  for (const WindowTask::Step& step : *task.steps.list) {
+  for (const WindowTask::Step& step : task.steps.list()) {
     Json each{Json::Object{}};
     each.setIfPresent("at", step.at);
     each.setIfPresent("line", step.line);

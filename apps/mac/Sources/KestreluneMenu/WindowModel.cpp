@@ -19,11 +19,12 @@ constexpr std::size_t kLongestReason = 300;
 
 /// Decodes what the helper printed, off the main thread since a history can be long, and hands it over on it.
 template <class T>
-void decodeInBackground(RunLoop& loop, std::string output, T (*decode)(const Json&), std::function<void(T)> publish) {
+void decodeInBackground(RunLoop& loop, std::string output, T (*decode)(std::string_view),
+                        std::function<void(T)> publish) {
   loop.background([&loop, output = std::move(output), decode, publish = std::move(publish)] {
     auto answer = std::make_shared<T>();
     try {
-      *answer = decode(Json::parse(output));
+      *answer = decode(output);
     } catch (const JsonError&) {
       return;
     }

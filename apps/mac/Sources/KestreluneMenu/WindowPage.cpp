@@ -163,15 +163,13 @@ View Page::taskDetail(const std::string& id) {
     page.children.push_back(label(Copy::filled(Key::ballWith, {*task.ballAt})));
   }
   if (task.line && !task.line->empty()) page.children.push_back(selectable(*task.line));
-  if (task.steps.list) {
-    for (const WindowTask::Step& step : *task.steps.list) {
-      const auto at = step.at ? parseIso8601(*step.at) : std::nullopt;
-      View time = secondary(at ? calendar_.format(*at, "HH:mm", "en_US") : "");
-      time.width = 44;
-      page.children.push_back({.kind = View::Kind::row,
-                               .oneElement = true,
-                               .children = {std::move(time), selectable(step.line.value_or(""))}});
-    }
+  for (const WindowTask::Step& step : task.steps.list()) {
+    const auto at = step.at ? parseIso8601(*step.at) : std::nullopt;
+    View time = secondary(at ? calendar_.format(*at, "HH:mm", "en_US") : "");
+    time.width = 44;
+    page.children.push_back({.kind = View::Kind::row,
+                             .oneElement = true,
+                             .children = {std::move(time), selectable(step.line.value_or(""))}});
   }
   if (Action::appLink(task.open)) {
     page.children.push_back(

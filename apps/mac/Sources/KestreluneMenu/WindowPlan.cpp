@@ -107,9 +107,8 @@ void decodeJson(const Json& json, WindowTask& task) {
   decodeMember(json, "queued_at", task.queuedAt);
   decodeMember(json, "ended_at", task.endedAt);
   decodeMember(json, "open", task.open);
-  std::optional<std::vector<WindowTask::Step>> steps;
-  decodeMember(json, "steps", steps);
-  if (steps) task.steps.list = std::make_shared<const std::vector<WindowTask::Step>>(std::move(*steps));
+  const Json* steps = json.find("steps");
+  if (steps && !steps->isNull()) task.steps = WindowTask::Steps(*steps);
 }
 
 void decodeJson(const Json& json, Schedule& schedule) {
@@ -124,19 +123,37 @@ void decodeJson(const Json& json, Schedule& schedule) {
   decodeMember(json, "computer", schedule.computer);
 }
 
-std::vector<WindowTask> decodeHistory(const Json& answer) {
-  std::vector<WindowTask> tasks;
-  requireObject(answer);
-  decodeMember(answer, "tasks", tasks);
-  return tasks;
+WindowTask::Steps::Steps(const Json& json) {
+  std::vector<Step> steps;
+  decodeJson(json, steps);
+  text_ = std::make_shared<const std::string>(json.write());
 }
 
-std::vector<Schedule> decodeSchedules(const Json& answer) {
-  std::vector<Schedule> schedules;
-  requireObject(answer);
-  decodeMember(answer, "schedules", schedules);
-  return schedules;
+std::vector<WindowTask::Step> WindowTask::Steps::list() const {
+  std::vector<Step> steps;
+  if (text_) decodeJson(Json::parse(*text_), steps);
+  return steps;
 }
+
+namespace {
+
+template <class T>
+std::vector<T> decodeList(std::string_view answer, const char* name) {
+  std::vector<T> list;
+  const Json rest = Json::parse(answer, name, [&list](const Json& each) {
+    T decoded;
+    decodeJson(each, decoded);
+    list.push_back(std::move(decoded));
+  });
+  requireObject(rest);
+  if (const Json* array = rest.find(name); !array || !array->array()) throw JsonError("expected a list");
+  return list;
+}
+
+}  // namespace
+
+std::vector<WindowTask> decodeHistory(std::string_view answer) { return decodeList<WindowTask>(answer, "tasks"); }
+std::vector<Schedule> decodeSchedules(std::string_view answer) { return decodeList<Schedule>(answer, "schedules"); }
 
 std::string WindowTask::name() const {
   const std::string joined = MenuPlan::join(label, title);

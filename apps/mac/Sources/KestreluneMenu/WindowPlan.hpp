@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -21,13 +22,20 @@ struct WindowTask {
 
     bool operator==(const Step&) const = default;
   };
-  /// Shared by a task's copies: a history can hold millions of them.
-  struct Steps {
-    std::shared_ptr<const std::vector<Step>> list;  ///< null: not known
+  /// Kept as the text that they came in, and shared by a task's copies: a history can hold millions of them.
+  class Steps {
+   public:
+    Steps() = default;  ///< not known
+    /// Throws `JsonError` for anything but a list of steps.
+    explicit Steps(const Json& json);
+    std::vector<Step> list() const;
 
     bool operator==(const Steps& other) const {
-      return list == other.list || (list && other.list && *list == *other.list);
+      return text_ == other.text_ || (text_ && other.text_ && *text_ == *other.text_);
     }
+
+   private:
+    std::shared_ptr<const std::string> text_;
   };
 
   std::string taskId;
@@ -70,8 +78,8 @@ struct Schedule {
 };
 
 /// The helper's answers. Throw `JsonError`; one bad entry fails the whole answer.
-std::vector<WindowTask> decodeHistory(const Json& answer);
-std::vector<Schedule> decodeSchedules(const Json& answer);
+std::vector<WindowTask> decodeHistory(std::string_view answer);
+std::vector<Schedule> decodeSchedules(std::string_view answer);
 
 struct TaskGroup {
   std::string title;
