@@ -31,7 +31,14 @@ const View* LongList::row(std::size_t index) const {
   return index >= first_ && index - first_ < rows_.size() ? &rows_[index - first_] : nullptr;
 }
 
+/// A row that goes may hand its focus on, which scrolls: not now.
+LongList::~LongList() {
+  layingOut_ = true;
+  live_.clear();
+}
+
 void LongList::setRows(const View& view) {
+  layingOut_ = true;
   const int scrolled = verticalScrollBar()->value();
   // What the user looks at stays where it is when something is added above it.
   const std::size_t top = heights_.empty() ? 0 : rowAt(scrolled);
@@ -75,6 +82,7 @@ void LongList::setRows(const View& view) {
     if (const View* shown = row(now); shown && !(*shown == old[i])) heights_[now] = 0;
   }
   measure();
+  layingOut_ = false;
   if (found != places.end()) verticalScrollBar()->setValue(tops_[found->second] + offset);
   layOut();
 }

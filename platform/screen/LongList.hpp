@@ -15,6 +15,7 @@ class LongList final : public QAbstractScrollArea {
   Q_OBJECT
  public:
   explicit LongList(const ViewNode::Emit& emit);
+  ~LongList() override;
 
   /// Replaces the rows: `view`'s children, of which the first is number `view.count` of `view.total`; without a total
   /// they are all. What stands at the top of the sight stays there, as long as it exists.

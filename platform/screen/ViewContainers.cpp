@@ -22,8 +22,6 @@ class ContainerNode final : public ViewNode {
             widget())),
         children_(emit) {
     card()->onPressed = [this] { send(""); };
-    // Room that is too much stays under the last child.
-    if (layout_->direction() == QBoxLayout::TopToBottom) layout_->setAlignment(Qt::AlignTop);
   }
 
  protected:
@@ -72,10 +70,6 @@ class ScrollNode final : public ViewNode {
     area()->setWidgetResizable(true);
     area()->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     area()->setFocusPolicy(Qt::NoFocus);
-    auto* outer = new QVBoxLayout;
-    content_->setLayout(layout_);
-    delete outer;
-    layout_->setAlignment(Qt::AlignTop);
     area()->setWidget(content_);
   }
 

@@ -44,17 +44,22 @@ void ViewChildren::update(const std::vector<View>& views, QBoxLayout& layout) {
   // A spacer takes the room that nothing else wants.
   const bool textGrows =
       across && std::any_of(nodes_.begin(), nodes_.end(), [&](const auto& node) { return grows(node->view().kind); });
+  bool anyGrowsDown = across;
   for (const auto& node : nodes_) {
     const View::Kind kind = node->view().kind;
     const bool growsDown = !across && (kind == View::Kind::scroll || kind == View::Kind::longList);
     const bool growsAcross = across && (grows(kind) || (kind == View::Kind::spacer && !textGrows));
     const bool hugs =
         !across && (kind == View::Kind::button || kind == View::Kind::spinner || kind == View::Kind::icon);
+    anyGrowsDown = anyGrowsDown || growsDown;
     layout.addWidget(node->widget(), growsDown || growsAcross ? 1 : 0,
                      hugs     ? Qt::AlignLeft
                      : across ? Qt::AlignVCenter
                               : Qt::Alignment());
+    node->widget()->show();
   }
+  // Room that is too much stays under the last child.
+  if (!anyGrowsDown) layout.addStretch(1);
 }
 
 }  // namespace kestrelune

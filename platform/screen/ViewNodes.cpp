@@ -1,3 +1,6 @@
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QKeyEvent>
 #include <QLabel>
 
 #include "Colors.hpp"
@@ -11,9 +14,17 @@ namespace {
 using namespace viewStyle;
 using metrics::px;
 
+class TextLabel final : public QLabel {
+ protected:
+  void keyPressEvent(QKeyEvent* event) override {
+    if (!event->matches(QKeySequence::Copy) || !hasSelectedText()) return QLabel::keyPressEvent(event);
+    QGuiApplication::clipboard()->setText(unbroken(selectedText()));
+  }
+};
+
 class TextNode final : public ViewNode {
  public:
-  explicit TextNode(const Emit& emit) : ViewNode(new QLabel, emit) {
+  explicit TextNode(const Emit& emit) : ViewNode(new TextLabel, emit) {
     static_cast<QLabel*>(widget())->setTextFormat(Qt::PlainText);
   }
 
@@ -26,7 +37,8 @@ class TextNode final : public ViewNode {
     label.setTextInteractionFlags(view.selectable ? Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard
                                                   : Qt::NoTextInteraction);
     // Setting the same text again would lose what the user has selected in it.
-    if (label.text() != text(view.text)) label.setText(text(view.text));
+    const QString shown = breakable(text(view.text));
+    if (label.text() != shown) label.setText(shown);
     // A heading stands closer to what it heads than to what is before it.
     label.setContentsMargins(0, view.role == View::Role::heading ? px(8) : 0, 0, 0);
     applyCommon(label, view);

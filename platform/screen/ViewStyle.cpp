@@ -7,8 +7,28 @@ namespace kestrelune::viewStyle {
 
 using metrics::px;
 
+constexpr QChar kBreak(0x200B);
+
 QString text(const std::string& value) { return QString::fromStdString(value); }
 QString caption(const std::string& value) { return text(value).replace('&', "&&"); }
+
+QString breakable(const QString& text) {
+  constexpr int kLongestPiece = 24;
+  QString result;
+  int length = 0;
+  for (const QChar c : text) {
+    length = c.isSpace() || c == u'-' ? 0 : length + 1;
+    // Never between the halves of a character, or before what belongs to the one before.
+    if (length > kLongestPiece && !c.isLowSurrogate() && !c.isMark()) {
+      result += kBreak;
+      length = 1;
+    }
+    result += c;
+  }
+  return result;
+}
+
+QString unbroken(QString text) { return text.remove(kBreak); }
 
 double pointsOf(View::Role role) {
   switch (role) {

@@ -13,6 +13,9 @@ namespace kestrelune::viewStyle {
 QString text(const std::string& value);
 /// An ampersand in a name is no shortcut.
 QString caption(const std::string& value);
+/// The text with places where a word that is longer than a line may break. They are taken out of what is copied.
+QString breakable(const QString& text);
+QString unbroken(QString text);
 double pointsOf(View::Role role);
 void colour(QWidget& widget, const QColor& color);
 /// What every widget takes over from its view.

@@ -53,6 +53,13 @@ WindowHost::WindowHost(const WindowSpec& spec, const View& tree) : QWidget(nullp
   setGeometry(frame);
 }
 
+/// Views that go hand on the focus, and lists scroll after it: nobody is to hear of that.
+WindowHost::~WindowHost() {
+  onEvent = nullptr;
+  onFrame = nullptr;
+  onClosed = nullptr;
+}
+
 void WindowHost::setSpec(const WindowSpec& spec) {
   spec_ = spec;
   setWindowTitle(QString::fromStdString(spec.title));
@@ -70,6 +77,7 @@ void WindowHost::setTree(const View& tree) {
     } else {
       layout()->addWidget(root_->widget());
     }
+    root_->widget()->show();
   }
   fit();
   // A redraw that took away what had the focus begins anew, as a window that opens does.

@@ -18,6 +18,7 @@ class WindowHost final : public QWidget {
   Q_OBJECT
  public:
   WindowHost(const WindowSpec& spec, const View& tree);
+  ~WindowHost() override;
 
   void setSpec(const WindowSpec& spec);
   void setTree(const View& tree);

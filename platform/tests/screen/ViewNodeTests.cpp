@@ -1,0 +1,187 @@
+#include "screen/ViewNode.hpp"
+
+#include <gtest/gtest.h>
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QLabel>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QTest>
+
+#include "screen/Controls.hpp"
+#include "screen/LongList.hpp"
+#include "screen/WindowHost.hpp"
+
+namespace kestrelune {
+namespace {
+
+using Kind = View::Kind;
+
+View text(std::string words, std::string key = "") {
+  return {.kind = Kind::text, .key = std::move(key), .text = std::move(words)};
+}
+View button(std::string key, View::ButtonStyle style = View::ButtonStyle::normal) {
+  return {.kind = Kind::button, .key = key, .text = key, .style = style};
+}
+
+class WindowTest : public testing::Test {
+ protected:
+  void show(View tree, WindowSpec spec = {.id = "w", .width = 400, .height = 300}) {
+    host = std::make_unique<WindowHost>(spec, tree);
+    host->onEvent = [this](const ViewEvent& event) { events.push_back(event); };
+    host->onClosed = [this] { closed = true; };
+    host->show();
+    host->activateWindow();
+    EXPECT_TRUE(QTest::qWaitForWindowActive(host.get()));
+  }
+  QAbstractButton* find(const char* words) const {
+    for (auto* each : host->findChildren<QAbstractButton*>()) {
+      if (each->text() == words && each->isVisible()) return each;
+    }
+    return nullptr;
+  }
+
+  std::unique_ptr<WindowHost> host;
+  std::vector<ViewEvent> events;
+  bool closed = false;
+};
+
+TEST_F(WindowTest, ARedrawKeepsFocusSelectionAndScroll) {
+  View page{.kind = Kind::scroll, .key = "page", .children = {button("a"), button("b")}};
+  View words = text("to be selected", "words");
+  words.selectable = true;
+  page.children.push_back(words);
+  for (int i = 0; i < 60; ++i) page.children.push_back(text("line " + std::to_string(i)));
+  View tree{.kind = Kind::stack, .key = "root", .children = {page}};
+  show(tree);
+  QAbstractButton* focused = find("b");
+  focused->setFocus();
+  auto* label = host->findChildren<QLabel*>().at(0);
+  label->setSelection(3, 2);
+  auto* bar = host->findChild<QScrollArea*>()->verticalScrollBar();
+  bar->setValue(70);
+
+  View& changed = tree.children[0];
+  changed.children[2].tint = View::Tint::green;
+  changed.children.insert(changed.children.begin(), text("new above", "new"));
+  std::swap(changed.children[1], changed.children[2]);
+  host->setTree(tree);
+  QApplication::processEvents();
+  EXPECT_EQ(QApplication::focusWidget(), focused);
+  EXPECT_EQ(find("b"), focused) << "the same widget, in another place";
+  EXPECT_EQ(label->selectedText(), "be");
+  EXPECT_EQ(bar->value(), 70);
+  EXPECT_LT(find("b")->y(), find("a")->y());
+}
+
+TEST_F(WindowTest, AnEqualTreeTouchesNoWidget) {
+  const View tree{.kind = Kind::stack, .key = "root", .children = {text("a"), button("b"), {.kind = Kind::spinner}}};
+  show(tree);
+  struct Watch : QObject {
+    int touched = 0;
+    bool eventFilter(QObject*, QEvent* event) override {
+      const QEvent::Type type = event->type();
+      touched += type == QEvent::LayoutRequest || type == QEvent::PaletteChange || type == QEvent::Resize ||
+                 type == QEvent::FontChange || type == QEvent::ToolTipChange;
+      return false;
+    }
+  } watch;
+  QApplication::processEvents();
+  for (QWidget* widget : host->findChildren<QWidget*>()) widget->installEventFilter(&watch);
+  host->setTree(tree);
+  QApplication::processEvents();
+  EXPECT_EQ(watch.touched, 0);
+}
+
+TEST_F(WindowTest, ReturnPressesThePrimaryButtonAndEscapeCloses) {
+  View off = button("off", View::ButtonStyle::primary);
+  off.enabled = false;
+  show({.kind = Kind::stack,
+        .key = "root",
+        .children = {button("first"), off, button("go", View::ButtonStyle::primary)}});
+  EXPECT_TRUE(find("go")->hasFocus());
+  QTest::keyClick(host.get(), Qt::Key_Return);
+  QTest::qWait(150);
+  ASSERT_EQ(events.size(), 1u);
+  EXPECT_EQ(events[0].node, "go");
+  host->setTree({.kind = Kind::stack,
+                 .key = "other step",
+                 .children = {button("first"), button("on", View::ButtonStyle::primary)}});
+  QApplication::processEvents();
+  ASSERT_TRUE(find("on"));
+  EXPECT_TRUE(find("on")->hasFocus()) << "the next step begins at its own";
+  QTest::keyClick(host.get(), Qt::Key_Escape);
+  EXPECT_TRUE(closed);
+}
+
+TEST_F(WindowTest, NothingIsCutOffAtAnySize) {
+  View row{
+      .kind = Kind::row,
+      .children = {{.kind = Kind::stack, .children = {text("A title"), text("A detail that is long enough to wrap")}},
+                   {.kind = Kind::spacer},
+                   button("A button at the end")}};
+  show({.kind = Kind::stack,
+        .key = "root",
+        .padding = 20,
+        .children = {text(std::string(300, 'm') + " long"), row, button("z")}},
+       {.id = "w", .width = 420, .height = 200, .heightFollowsContent = true});
+  QApplication::processEvents();
+  for (QLabel* label : host->findChildren<QLabel*>()) {
+    EXPECT_GE(label->height(), label->heightForWidth(label->width())) << label->text().left(20).toStdString();
+  }
+  const QWidget* end = find("A button at the end");
+  EXPECT_EQ(end->mapTo(host.get(), QPoint(end->width(), 0)).x(), host->width() - 20);
+}
+
+/// A companion that answers what the list asks for.
+struct Companion {
+  View piece(int first, int last) const {
+    View view{.kind = Kind::longList, .key = "list", .count = first, .total = total};
+    for (int i = first; i < std::min(last, total); ++i) {
+      View row{.kind = Kind::card, .key = "row" + std::to_string(added + i), .pressable = true};
+      row.children = {text("row " + std::to_string(added + i))};
+      view.children.push_back(row);
+    }
+    return view;
+  }
+  int total = 20'000, added = 0;
+};
+
+TEST_F(WindowTest, ALongListMakesWidgetsForWhatIsInSightOnly) {
+  Companion companion;
+  const auto tree = [](View list) { return View{.kind = Kind::stack, .key = "root", .children = {std::move(list)}}; };
+  show(tree(companion.piece(0, 256)));
+  auto* list = host->findChild<LongList*>();
+  EXPECT_LT(list->liveRows(), 40u);
+  EXPECT_TRUE(events.empty()) << "what is in sight is there";
+
+  auto* bar = list->verticalScrollBar();
+  bar->setValue(bar->maximum() / 2);
+  ASSERT_EQ(events.size(), 1u) << "asked once";
+  const int first = std::stoi(events[0].value);
+  EXPECT_NEAR(first, 10'000, 200);
+  host->setTree(tree(companion.piece(first - 100, first + 300)));
+  QApplication::processEvents();
+  EXPECT_GT(list->liveRows(), 4u);
+  EXPECT_LT(list->liveRows(), 40u);
+
+  const auto topRow = [&] {
+    const QWidget* found = list->viewport()->childAt(20, 2);
+    for (; found && found->parentWidget() != list->viewport(); found = found->parentWidget()) {
+    }
+    const auto* label = found ? found->findChild<QLabel*>() : nullptr;
+    return label ? label->text() : QString("none");
+  };
+  const QString top = topRow();
+  EXPECT_NE(top, "none");
+  // Three rows are added above: what the user looks at stays.
+  companion.added = -3;
+  companion.total += 3;
+  host->setTree(tree(companion.piece(first - 100, first + 300)));
+  QApplication::processEvents();
+  EXPECT_EQ(topRow(), top);
+}
+
+}  // namespace
+}  // namespace kestrelune
