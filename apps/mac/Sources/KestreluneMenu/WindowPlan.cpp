@@ -124,15 +124,15 @@ void decodeJson(const Json& json, Schedule& schedule) {
 }
 
 WindowTask::Steps::Steps(const Json& json) {
-  std::vector<Step> steps;
-  decodeJson(json, steps);
+  std::vector<Step> decoded;
+  decodeJson(json, decoded);
   text_ = std::make_shared<const std::string>(json.write());
 }
 
 std::vector<WindowTask::Step> WindowTask::Steps::list() const {
-  std::vector<Step> steps;
-  if (text_) decodeJson(Json::parse(*text_), steps);
-  return steps;
+  std::vector<Step> decoded;
+  if (text_) decodeJson(Json::parse(*text_), decoded);
+  return decoded;
 }
 
 namespace {
