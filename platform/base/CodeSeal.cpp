@@ -31,23 +31,6 @@ Json encode(const CodeSeal::Entry& entry) {
   return object;
 }
 
-/// Upwards no further than the bundle, and then only downwards: what it passes on its way is in the list itself.
-bool staysInside(std::string_view target, int depth) {
-  if (target.empty() || target.front() == '/') return false;
-  bool down = false;
-  while (!target.empty()) {
-    const std::size_t slash = target.find('/');
-    const std::string_view part = target.substr(0, slash);
-    target.remove_prefix(slash == std::string_view::npos ? target.size() : slash + 1);
-    if (part != "..") {
-      down = true;
-    } else if (down || depth-- == 0) {
-      return false;
-    }
-  }
-  return true;
-}
-
 class Walk {
  public:
   Walk(Files& files, const std::string& bundle, CodeSeal& seal) : files_(files), bundle_(bundle), seal_(seal) {}
@@ -90,7 +73,7 @@ class Walk {
 
   bool addLink(const std::string& full, int depth, CodeSeal::Entry& entry) {
     auto target = files_.readlink(full);
-    if (!target || !staysInside(target.value, depth - 1)) return false;
+    if (!target || !linkStaysInside(target.value, depth - 1)) return false;
     entry.target = std::move(target.value);
     return true;
   }
@@ -139,6 +122,23 @@ std::optional<CodeSeal> CodeSeal::of(Files& files, const std::string& bundle, st
   if (const auto info = files.linkInfo(bundle); !info || info.value.kind != FileInfo::Kind::folder) return std::nullopt;
   if (!Walk(files, bundle, seal).add(".", 0)) return std::nullopt;
   return seal;
+}
+
+// What a link passes on its way down is in the list itself.
+bool linkStaysInside(std::string_view target, int depth) {
+  if (target.empty() || target.front() == '/') return false;
+  bool down = false;
+  while (!target.empty()) {
+    const std::size_t slash = target.find('/');
+    const std::string_view part = target.substr(0, slash);
+    target.remove_prefix(slash == std::string_view::npos ? target.size() : slash + 1);
+    if (part != "..") {
+      down = true;
+    } else if (down || depth-- == 0) {
+      return false;
+    }
+  }
+  return true;
 }
 
 }  // namespace kestrelune

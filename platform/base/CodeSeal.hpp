@@ -37,4 +37,8 @@ struct CodeSeal {
   static std::optional<CodeSeal> of(Files& files, const std::string& bundle, std::string identifier);
 };
 
+/// Whether a link in a folder `depth` levels below the top stays inside: upwards no further than the top, and then only
+/// downwards.
+bool linkStaysInside(std::string_view target, int depth);
+
 }  // namespace kestrelune

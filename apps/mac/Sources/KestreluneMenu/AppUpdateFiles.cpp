@@ -73,8 +73,7 @@ AppUpdateState AppUpdateFiles::read() const {
   }
 }
 
-void AppUpdateFiles::write(const AppUpdateState& state) const {
-  prepare();
+Json toJson(const AppUpdateState& state) {
   Json json;
   json.set("schemaVersion", kSchemaVersion);
   json.setIfPresent("skippedBuild", state.skippedBuild);
@@ -84,7 +83,12 @@ void AppUpdateFiles::write(const AppUpdateState& state) const {
                                      {"toBuild", state.pending->toBuild},
                                      {"startedAt", state.pending->startedAt}});
   }
-  place(directory_.appending("state.json"), json.write());
+  return json;
+}
+
+void AppUpdateFiles::write(const AppUpdateState& state) const {
+  prepare();
+  place(directory_.appending("state.json"), toJson(state).write());
 }
 
 void AppUpdateFiles::place(const Url& url, std::string_view bytes) const {

@@ -28,6 +28,9 @@ struct AppUpdateState {
   bool operator==(const AppUpdateState&) const = default;
 };
 
+/// Fields that have no value are left out.
+Json toJson(const AppUpdateState& state);
+
 /// The folder in which the self-updater keeps its state and handles what it downloads. The names in it are shared with
 /// the watchdog script.
 class AppUpdateFiles {

@@ -1,0 +1,115 @@
+#include "unpack/Unpack.hpp"
+
+#include <archive.h>
+#include <archive_entry.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "Fakes/TestFolder.hpp"
+
+namespace kestrelune::unpack {
+namespace {
+
+struct Entry {
+  std::string path;
+  std::string content;
+  unsigned type = AE_IFREG;
+  int mode = 0644;
+};
+
+void pack(const std::string& file, const std::vector<Entry>& entries) {
+  archive* zip = archive_write_new();
+  archive_write_set_format_zip(zip);
+  archive_write_open_filename(zip, file.c_str());
+  for (const Entry& from : entries) {
+    archive_entry* entry = archive_entry_new();
+    archive_entry_set_pathname(entry, from.path.c_str());
+    archive_entry_set_filetype(entry, from.type);
+    archive_entry_set_perm(entry, static_cast<mode_t>(from.mode));
+    if (from.type == AE_IFLNK) archive_entry_set_symlink(entry, from.content.c_str());
+    archive_entry_set_size(entry, from.type == AE_IFREG ? static_cast<la_int64_t>(from.content.size()) : 0);
+    archive_write_header(zip, entry);
+    if (from.type == AE_IFREG) archive_write_data(zip, from.content.data(), from.content.size());
+    archive_entry_free(entry);
+  }
+  archive_write_free(zip);
+}
+
+struct Scratch {
+  Scratch() { std::filesystem::create_directories(folder.path("out/inner")); }
+  std::string run(const std::vector<Entry>& entries, const Limits& limits = {}) {
+    pack(folder.path("a.zip"), entries);
+    return unpack(folder.path("a.zip"), folder.path("out/inner"), limits);
+  }
+  const TestFolder folder;
+};
+
+TEST(Unpack, KeepsRightsAndLinks) {
+  Scratch scratch;
+  umask(077);
+  EXPECT_EQ(scratch.run({{"App.app/", "", AE_IFDIR, 0755},
+                         {"App.app/Contents/run", "program", AE_IFREG, 0755},
+                         {"App.app/Contents/data", std::string(200'000, 'x')},
+                         {"App.app/Contents/deep/link", "../run", AE_IFLNK, 0777}}),
+            "");
+  umask(022);
+  const std::string app = scratch.folder.path("out/inner/App.app");
+  EXPECT_EQ(std::filesystem::file_size(app + "/Contents/data"), 200'000u);
+  EXPECT_EQ(static_cast<int>(std::filesystem::status(app + "/Contents/run").permissions()), 0755);
+  EXPECT_EQ(static_cast<int>(std::filesystem::status(app).permissions()), 0755);
+  EXPECT_EQ(std::filesystem::read_symlink(app + "/Contents/deep/link"), "../run");
+}
+
+TEST(Unpack, RefusesWhatLeavesTheFolder) {
+  const struct {
+    const char* name;
+    std::vector<Entry> entries;
+  } rows[] = {
+      {"upwards", {{"../evil", "x"}}},
+      {"upwards from within", {{"a/../../evil", "x"}}},
+      {"absolute", {{"/tmp/evil-kestrelune", "x"}}},
+      {"an empty piece", {{"a//b", "x"}}},
+      {"a backslash", {{"..\\evil", "x"}}},
+      {"a link outside", {{"l", "../evil", AE_IFLNK}}},
+      {"an absolute link", {{"l", "/etc", AE_IFLNK}}},
+      {"a link outside by a detour", {{"a/l", "b/../../../evil", AE_IFLNK}}},
+      {"through a link", {{"d/", "", AE_IFDIR, 0755}, {"l", "d", AE_IFLNK}, {"l/evil", "x"}}},
+      {"a file over a link", {{"d", "", AE_IFREG}, {"l", "d", AE_IFLNK}, {"l", "x"}}},
+      {"the same file twice", {{"a", "x"}, {"a", "y"}}},
+      {"special rights", {{"a", "x", AE_IFREG, 04755}}},
+      {"a pipe", {{"a", "", AE_IFIFO}}},
+  };
+  for (const auto& row : rows) {
+    Scratch scratch;
+    EXPECT_NE(scratch.run(row.entries), "") << row.name;
+    EXPECT_EQ(scratch.folder.count("out"), 1u) << row.name;
+  }
+}
+
+TEST(Unpack, EndsAtItsLimits) {
+  const std::string zeros(1 << 20, '\0');
+  EXPECT_NE(Scratch().run({{"a", zeros}, {"b", zeros}}, {.bytes = (2 << 20) - 1}), "");
+  EXPECT_EQ(Scratch().run({{"a", zeros}, {"b", zeros}}, {.bytes = 2 << 20}), "");
+  EXPECT_NE(Scratch().run({{"a", ""}, {"b", ""}, {"c", ""}}, {.entries = 2}), "");
+}
+
+TEST(Unpack, ADamagedArchiveIsAFailure) {
+  Scratch scratch;
+  EXPECT_EQ(scratch.run({{"a", std::string(5000, 'x')}, {"b", "tail"}}), "");
+  const std::string whole = scratch.folder.read("a.zip");
+  const std::vector<std::string> damaged = {"", "no archive", whole.substr(0, whole.size() / 2),
+                                            whole.substr(0, whole.size() - 30)};
+  for (const std::string& bytes : damaged) {
+    const TestFolder other;
+    std::filesystem::create_directory(other.path("out"));
+    other.write("a.zip", bytes);
+    EXPECT_NE(unpack(other.path("a.zip"), other.path("out")), "") << bytes.size();
+  }
+}
+
+}  // namespace
+}  // namespace kestrelune::unpack
