@@ -59,6 +59,16 @@ Environment environment() {
   return result;
 }
 
+void adoptVariables(const std::vector<std::string>& names, const Environment& from) {
+  for (const std::string& name : names) {
+    const auto found = from.find(name);
+    if (found == from.end())
+      ::unsetenv(name.c_str());
+    else
+      ::setenv(name.c_str(), found->second.c_str(), 1);
+  }
+}
+
 Url homeFolder() {
   passwd entry{};
   passwd* found = nullptr;

@@ -12,6 +12,9 @@
 namespace kestrelune::system {
 
 Environment environment();
+/// Gives these variables of ours the values that they have in `from`, and removes those that it lacks. On the main
+/// thread, while nothing elsewhere reads the environment.
+void adoptVariables(const std::vector<std::string>& names, const Environment& from);
 /// The home folder of the account (passwd database), never the variable HOME.
 Url homeFolder();
 uid_t userId();

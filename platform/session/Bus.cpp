@@ -135,6 +135,19 @@ void Bus::retry() {
   if (!link_) connect();
 }
 
+void Bus::move(std::string address) {
+  delay_ = 0;
+  if (address == address_) return retry();
+  address_ = std::move(address);
+  const bool wasReady = std::exchange(ready_, false);
+  if (wasReady) listeners_.each([](const Handlers& handlers) { handlers.lost(); });
+  // What is called from within a callback of this connection must not free it.
+  retry_ = loop_.after(0, [this] {
+    link_.reset();
+    connect();
+  });
+}
+
 void Bus::retryLater() {
   delay_ = std::clamp(delay_ * 2, kFirstDelay, kLongestDelay);
   retry_ = loop_.after(delay_, [this] { connect(); });

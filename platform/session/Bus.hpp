@@ -45,6 +45,8 @@ class Bus {
   bool connected() const { return connection() != nullptr; }
   /// Tries at once instead of waiting for the next turn.
   void retry();
+  /// Leaves the present bus for the one at another address. The same address is only tried at once.
+  void move(std::string address);
 
   /// `connected` is called later even when the connection exists already.
   [[nodiscard]] std::unique_ptr<Subscription> listen(Handlers handlers);

@@ -1,5 +1,9 @@
 #include "session/Desktop.hpp"
 
+#include <algorithm>
+#include <array>
+#include <initializer_list>
+#include <string>
 #include <utility>
 
 #include "base/Clock.hpp"
@@ -26,14 +30,40 @@ std::string firstLanguage() {
   return languages.empty() ? "en" : languages.front();
 }
 
-class DesktopSession final : public Session {
+constexpr const char* kToken = "XDG_ACTIVATION_TOKEN";
+constexpr std::array kVariables = {"DISPLAY",
+                                   "WAYLAND_DISPLAY",
+                                   "XAUTHORITY",
+                                   "DBUS_SESSION_BUS_ADDRESS",
+                                   "XDG_RUNTIME_DIR",
+                                   "XDG_SESSION_ID",
+                                   "XDG_SESSION_TYPE",
+                                   "XDG_SESSION_CLASS",
+                                   "XDG_SESSION_DESKTOP",
+                                   "XDG_SESSION_PATH",
+                                   "XDG_SEAT",
+                                   "XDG_SEAT_PATH",
+                                   "XDG_VTNR",
+                                   "XDG_CURRENT_DESKTOP",
+                                   "XDG_MENU_PREFIX",
+                                   "DESKTOP_SESSION",
+                                   "SESSION_MANAGER",
+                                   "SSH_AUTH_SOCK",
+                                   "ICEAUTHORITY",
+                                   "AT_SPI_BUS_ADDRESS",
+                                   "GNOME_SETUP_DISPLAY",
+                                   kToken};
+
+class CurrentDesktop final : public DesktopSession {
  public:
-  DesktopSession(SessionRunLoop& loop, TaskLauncher& launcher, const DesktopOptions& options)
-      : environment_(environmentForChildren(system::environment())),
+  CurrentDesktop(SessionRunLoop& loop, TaskLauncher& launcher, const DesktopOptions& options)
+      : loop_(loop),
+        launcher_(launcher),
+        screenProgram_(options.screenProgram.path()),
+        environment_(environmentForChildren(system::environment())),
         bus_(loop),
-        display_(ScreenLink::Display::of(environment_)),
-        link_(loop, clock_, makeScreenStarter(loop, launcher, options.screenProgram.path(), environment_), display_,
-              firstLanguage()),
+        link_(loop, clock_, makeScreenStarter(loop, launcher, screenProgram_, environment_),
+              ScreenLink::Display::of(environment_), firstLanguage()),
         statusItem_(loop, bus_, link_, activation_),
         windows_(loop, clock_, link_, activation_),
         alert_(loop, link_),
@@ -41,7 +71,7 @@ class DesktopSession final : public Session {
         notifications_(bus_, activation_),
         fileManager_(bus_),
         loginItem_(systemFiles(), system::configFolder().path(), options.launcher, options.dryRun),
-        terminal_(launcher, loop, systemFiles(), environment_, display_.exists, options.dryRun),
+        terminal_(launcher, loop, systemFiles(), environment_, link_.hasDisplay(), options.dryRun),
         workspace_(
             [this](const Url& file, std::function<void(bool)> answer) { fileManager_.show(file, std::move(answer)); },
             loop, launcher, systemFiles(), terminal_, environment_, system::homeFolder().path(), options.dryRun) {}
@@ -55,11 +85,35 @@ class DesktopSession final : public Session {
   LoginItem& loginItem() override { return loginItem_; }
   Terminal& terminal() override { return terminal_; }
 
+  void adopt(const Environment& variables) override {
+    if (const auto token = variables.find(kToken); token != variables.end()) activation_.provide(token->second);
+    const auto display = ScreenLink::Display::of(variables);
+    if (!display.exists) return;
+    const bool sameDisplay = isSame(variables, {"DISPLAY", "WAYLAND_DISPLAY", "XAUTHORITY", "XDG_RUNTIME_DIR"});
+    system::adoptVariables({kVariables.begin(), kVariables.end()}, environmentForChildren(variables));
+    environment_ = environmentForChildren(system::environment());
+    terminal_.setEnvironment(environment_, true);
+    workspace_.setEnvironment(environment_);
+    bus_.move(Bus::userAddress());
+    link_.move(makeScreenStarter(loop_, launcher_, screenProgram_, environment_), display, sameDisplay);
+    statusItem_.reconsider();
+  }
+
  private:
+  bool isSame(const Environment& variables, std::initializer_list<const char*> names) const {
+    return std::all_of(names.begin(), names.end(), [&](const char* name) {
+      const auto ours = environment_.find(name), theirs = variables.find(name);
+      return ours == environment_.end() ? theirs == variables.end()
+                                        : theirs != variables.end() && ours->second == theirs->second;
+    });
+  }
+
   SystemClock clock_;
-  const Environment environment_;
+  SessionRunLoop& loop_;
+  TaskLauncher& launcher_;
+  const std::string screenProgram_;
+  Environment environment_;
   Bus bus_;
-  const ScreenLink::Display display_;
   ActivationToken activation_{clock_};
   ScreenLink link_;
   StatusItemPresenter statusItem_;
@@ -75,8 +129,15 @@ class DesktopSession final : public Session {
 
 }  // namespace
 
-std::unique_ptr<Session> makeDesktopSession(RunLoop& loop, TaskLauncher& launcher, DesktopOptions options) {
-  return std::make_unique<DesktopSession>(static_cast<SessionRunLoop&>(loop), launcher, options);
+Environment sessionVariables(const Environment& environment) {
+  Environment found;
+  for (const char* name : kVariables)
+    if (const auto variable = environment.find(name); variable != environment.end()) found.insert(*variable);
+  return found;
+}
+
+std::unique_ptr<DesktopSession> makeDesktopSession(RunLoop& loop, TaskLauncher& launcher, DesktopOptions options) {
+  return std::make_unique<CurrentDesktop>(static_cast<SessionRunLoop&>(loop), launcher, options);
 }
 
 }  // namespace kestrelune

@@ -39,6 +39,11 @@ DesktopTerminal::DesktopTerminal(TaskLauncher& launcher, RunLoop& loop, Files& f
       hasDisplay_(hasDisplay),
       dryRun_(dryRun) {}
 
+void DesktopTerminal::setEnvironment(Environment environment, bool hasDisplay) {
+  environment_ = environmentForChildren(std::move(environment));
+  hasDisplay_ = hasDisplay;
+}
+
 void DesktopTerminal::run(const std::string& command, std::function<void(const std::string&)> failed) {
   if (dryRun_) return;
   if (!hasDisplay_)

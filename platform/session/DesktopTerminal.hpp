@@ -23,6 +23,9 @@ class DesktopTerminal final : public Terminal {
   DesktopTerminal(TaskLauncher& launcher, RunLoop& loop, Files& files, Environment environment, bool hasDisplay,
                   bool dryRun);
 
+  /// For what is started from now on.
+  void setEnvironment(Environment environment, bool hasDisplay);
+
   void run(const std::string& command, std::function<void(const std::string& reason)> failed) override;
 
  private:

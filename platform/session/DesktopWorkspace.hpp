@@ -12,6 +12,7 @@
 #include "base/Lifetime.hpp"
 #include "base/Session.hpp"
 #include "base/Task.hpp"
+#include "session/DesktopTerminal.hpp"
 
 namespace kestrelune {
 
@@ -25,6 +26,9 @@ class DesktopWorkspace final : public Workspace {
 
   DesktopWorkspace(ShowFile showFile, RunLoop& loop, TaskLauncher& launcher, Files& files, Terminal& terminal,
                    Environment environment, std::string home, bool dryRun);
+
+  /// For what is started from now on.
+  void setEnvironment(Environment environment) { environment_ = environmentForChildren(std::move(environment)); }
 
   void open(const Url& url, std::function<void(bool opened)> opened) override;
   void canOpen(const Url& url, std::function<void(bool handled)> answer) override;

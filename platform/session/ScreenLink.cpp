@@ -74,6 +74,19 @@ void ScreenLink::start() {
   flush();
 }
 
+void ScreenLink::move(ScreenStarter starter, Display display, bool sameDisplay) {
+  starter_ = std::move(starter);
+  display_ = display;
+  delay_ = notBefore_ = 0;
+  restart_.reset();
+  // Who has something to show asks for a screen again when it is lost.
+  if (channel_ && !sameDisplay) return ended(Reason::disorder);
+  if (!channel_)
+    listeners_.each([](const Handlers& handlers) {
+      if (handlers.lost) handlers.lost();
+    });
+}
+
 void ScreenLink::check() {
   if (owesAnswer_) return ended(Reason::disorder);
   owesAnswer_ = true;

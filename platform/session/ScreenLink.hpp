@@ -29,6 +29,10 @@ class ScreenLink final : public ScreenPort {
   ScreenLink(RunLoop& loop, const Clock& clock, ScreenStarter starter, Display display, std::string language);
   ~ScreenLink() override;
 
+  /// Shows everything on another display from now on, or, with `sameDisplay`, goes on there if it is still to be had.
+  /// Earlier failures are forgotten.
+  void move(ScreenStarter starter, Display display, bool sameDisplay);
+
   bool hasDisplay() const override { return display_.exists; }
   bool running() const override { return ready_; }
   bool placesPopups() const override { return display_.placesPopups; }

@@ -63,6 +63,10 @@ void StatusItemPresenter::hostChanged() {
   patience_ = loop_.after(kPatience, [this] { choose(); });
 }
 
+void StatusItemPresenter::reconsider() {
+  patience_ = loop_.after(kPatience, [this] { choose(); });
+}
+
 void StatusItemPresenter::choose() {
   const bool onScreen = !item_.hasHost() && screen_.hasDisplay();
   if (onScreen == onScreen_) return;

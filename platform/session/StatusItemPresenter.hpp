@@ -26,6 +26,8 @@ class StatusItemPresenter final : public StatusItem {
   bool menuIsOpen() const override { return openMenu_.has_value() || exported_.isOpen(); }
   void openMenu() override { openAt({}); }
   void cancelTracking() override;
+  /// The desktop is another one: looks anew for the way to show the icon.
+  void reconsider();
 
  private:
   void hostChanged();

@@ -201,12 +201,5 @@ TEST(SettleMarks, AreWrittenAndReadBack) {
   EXPECT_THROW(decodeJson(Json::parse(R"({"a":{"until":1}})"), read), JsonError);
 }
 
-TEST(Signal, RawValuesGoBothWays) {
-  for (const Signal signal : {Signal::green, Signal::yellow, Signal::red, Signal::running}) {
-    EXPECT_EQ(signalFromRaw(rawValue(signal)), signal);
-  }
-  EXPECT_FALSE(signalFromRaw("Green"));
-}
-
 }  // namespace
 }  // namespace kestrelune

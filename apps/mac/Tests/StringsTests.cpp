@@ -93,14 +93,6 @@ TEST(Copy, TextsNameTheConfiguredHosts) {
             std::string::npos);
 }
 
-TEST(Copy, NamesOfApplicationsAndServicesDiffer) {
-  EXPECT_EQ(Copy::appName("claude"), "Claude Code");
-  EXPECT_EQ(Copy::familyName("claude"), "Claude");
-  EXPECT_EQ(Copy::familyName("google"), "Antigravity");
-  EXPECT_EQ(Copy::appName("google"), "google");
-  EXPECT_EQ(Copy::familyName("antigravity"), "antigravity");
-}
-
 TEST(Snapshot, Headline) {
   const testing_support::English english;
   const auto running = [](std::optional<std::int64_t> counted, std::size_t listed) {

@@ -10,6 +10,7 @@
 #include "base/Defaults.hpp"
 #include "base/Files.hpp"
 #include "base/Http.hpp"
+#include "base/Instance.hpp"
 #include "base/System.hpp"
 #include "base/Task.hpp"
 #include "session/Desktop.hpp"
@@ -32,12 +33,27 @@ std::string defaultsPath(const Configuration& configuration) {
   return folder.appending("defaults.json").path();
 }
 
+/// Seconds for another instance to answer, or to come to its end.
+constexpr double kInstancePatience = 20;
+
+/// True when this is the instance to run; otherwise the one that runs has been told.
+bool isFirst(Instance& instance) {
+  switch (instance.begin(sessionVariables(system::environment()), kInstancePatience)) {
+    case Instance::Start::first: return true;
+    case Instance::Start::told: return false;
+    case Instance::Start::unheeded: system::printErrorLine("Kestrelune runs already, but doesn't answer."); break;
+  }
+  return false;
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
-  holdSignals();
   const std::optional<Configuration> configuration = launchConfiguration(system::environment());
   if (!configuration) return 0;
+  Instance instance(configuration->helperRoot.path());
+  if (!configuration->dryRun && !isFirst(instance)) return 0;
+  holdSignals();
 
   SystemClock clock;
   const Bundle bundle = Bundle::main();
@@ -66,7 +82,12 @@ int main(int count, char** arguments) {
                         .output = system::printLine},
                        std::vector<std::string>(arguments + 1, arguments + count));
   delegate.applicationDidFinishLaunching();
+  instance.serve(*loop, [&](const Environment& told) {
+    session->adopt(told);
+    delegate.controller()->showWindow("tasks");
+  });
   loop->run();
+  instance.close();
   delegate.applicationWillTerminate();
   return 0;
 }

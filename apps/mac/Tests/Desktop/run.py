@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """Runs the desktop tests, or those whose names hold one of the arguments."""
 import runner
+import test_caretaker  # noqa: F401
 import test_inspect  # noqa: F401
 import test_menu  # noqa: F401
 import test_process  # noqa: F401
