@@ -13,15 +13,15 @@ import tempfile
 import time
 
 HERE = pathlib.Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(HERE))
+import release  # noqa: E402
+
 BUILD = pathlib.Path(sys.argv[1]).resolve()
 IDENTIFIER, TEAM = "com.kestrelune.menu", "TEAM000001"
 
 
 def requirement(identifier=IDENTIFIER, team=TEAM):
-    return (f'anchor apple generic and identifier "{identifier}"'
-            " and certificate 1[field.1.2.840.113635.100.6.2.6] exists"
-            " and certificate leaf[field.1.2.840.113635.100.6.1.13] exists"
-            f' and certificate leaf[subject.OU] = "{team}"')
+    return release.requirement(identifier, team)
 
 
 def chain(folder, *options):
