@@ -42,6 +42,9 @@ inline View stack(std::vector<View> children, double spacing = 6, double padding
 
 /// A title above a subtitle, one line each, and something at the far side. An empty subtitle takes no room.
 inline View titledRow(std::string title, std::string subtitle, std::vector<View> trailing) {
+  // Many rows have a button of the same text: who hears it must hear of what it is.
+  for (View& each : trailing)
+    if (each.kind == View::Kind::button && each.help.empty() && each.text != title) each.help = title;
   View texts{.kind = View::Kind::stack, .spacing = 1};
   texts.children.push_back({.kind = View::Kind::text, .text = std::move(title), .truncates = true});
   if (!subtitle.empty()) {
