@@ -1,0 +1,254 @@
+#!/usr/bin/env python3
+"""The whole life of an update, on the stage of a rehearsal: life.py BUILD-FOLDER [--counts FILE] [NAME …]
+
+Real programs, really signed, a real service, the real script. Where the machine gives no namespaces it says so.
+"""
+import json
+import os
+import pathlib
+import signal
+import subprocess
+import sys
+import time
+import traceback
+import zipfile
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
+import release  # noqa: E402
+from rehearsal import ELSEWHERE, MANIFEST_PATH, Stage, Watch, enter, wait_for  # noqa: E402
+
+KEPT = {"state.json", "watchdog.sh", "open", "move", "lock"}  # what may lie in the folder of updates for ever
+HANGS = "trap '' TERM\nwhile :; do sleep 1; done"
+
+
+def equal(got, wanted, what):
+    if got != wanted:
+        raise AssertionError(f"{what}: {got!r}, wanted {wanted!r}")
+
+
+def confirmed(stage, number):
+    wait_for(f"the end of the update to {number}", lambda: stage.files() and stage.files() <= KEPT and stage.installed_build() == number)
+    equal(stage.state(), {"schemaVersion": 1}, "the state")
+    wait_for("the companion", stage.running)
+
+
+def whole_life(stage, good):
+    stage.install(good[41])
+    stage.service.publish(good[42])
+    with Watch(stage) as watch:
+        stage.start()
+        old = wait_for("a companion", stage.running)
+        wait_for("the other build", lambda: stage.installed_build() == 42)
+        wait_for("the other companion", lambda: stage.running() not in (None, old))
+        confirmed(stage, 42)
+    equal((watch.builds, watch.longest), ([41, 42], 0.0), "what stood in its place")
+    # The same manifest again is no reason to do anything.
+    asked = stage.service.times(MANIFEST_PATH)
+    wait_for("another check", lambda: stage.service.times(MANIFEST_PATH) > asked + 1)
+    equal(stage.service.times("/download/Kestrelune-42.zip"), 1, "downloads")
+
+
+def across_file_systems(stage, good):
+    stage.install(good[41])
+    stage.folder.mkdir(parents=True)
+    release.run("mount", "-t", "tmpfs", "none", stage.folder)
+    stage.service.publish(good[42])
+    with Watch(stage) as watch:
+        stage.start()
+        confirmed(stage, 42)
+    equal(watch.builds, [41, 42], "what stood in its place")
+
+
+def full_disk(stage, good):
+    stage.install(good[41])
+    stage.folder.mkdir(parents=True)
+    stage.service.publish(good[42])
+    archive = (good[42] / "Kestrelune-42.zip").stat().st_size
+    for room in archive // 2, archive + 1000000:  # for a part of the archive; for it and a part of what is in it
+        release.run("mount", "-t", "tmpfs", "-o", f"size={room}", "none", stage.folder)
+        if not stage.running():
+            stage.start()
+        processed(stage, 2)
+        equal((stage.installed_build(), stage.files() - KEPT), (41, set()), f"with room for {room} bytes")
+        release.run("umount", "-l", stage.folder)
+    confirmed(stage, 42)
+
+
+def rolls_back(stage, good, bad, meddle=None):
+    """An update to a build that is no good, and what comes after it."""
+    stage.install(good[41])
+    stage.service.publish(bad)
+    with Watch(stage) as watch:
+        stage.start()
+        wait_for("the bad build", lambda: stage.installed_build() == 42)
+        if meddle:
+            meddle()
+        wait_for("the old build", lambda: stage.installed_build() == 41)
+        wait_for("the old companion", stage.running)
+    equal(watch.builds, [41, 42, 41], "what stood in its place")
+    wait_for("the state", lambda: stage.state() == {"schemaVersion": 1, "skippedBuild": 42})
+    wait_for("a clean folder", lambda: stage.files() <= KEPT | {"staged-42"})
+    asked = stage.service.times(MANIFEST_PATH)
+    wait_for("another check", lambda: stage.service.times(MANIFEST_PATH) > asked + 1)
+    equal(stage.service.times("/download/Kestrelune-42.zip"), 1, "downloads of the bad build, later")
+
+
+def crashes(stage, good):
+    rolls_back(stage, good, stage.make(42, "crashes", "kill -SEGV $$"))
+    stage.service.publish(stage.make(43))
+    wait_for("the next build", lambda: stage.installed_build() == 43)
+    wait_for("its confirmation", lambda: stage.files() <= KEPT)
+    equal(stage.state(), {"schemaVersion": 1, "skippedBuild": 42}, "the state")
+
+
+def hangs(stage, good):
+    rolls_back(stage, good, stage.make(42, "hangs", HANGS))
+    equal(subprocess.run(["pgrep", "-f", "sh .*MacOS/KestreluneMenu"], capture_output=True, text=True).stdout, "", "what hangs")
+
+
+def never_confirms(stage, good):
+    def meddle():
+        old = stage.running()
+        (stage.folder / "state.json").unlink()
+        wait_for("the new companion", lambda: stage.running() not in (None, old))
+    rolls_back(stage, good, good[42], meddle)
+
+
+def is_killed(stage, good):
+    def meddle():
+        old = stage.running()
+        os.kill(wait_for("the new companion", lambda: stage.running() != old and stage.running()), signal.SIGKILL)
+    rolls_back(stage, good, good[42], meddle)
+
+
+def processed(stage, checks=1):
+    """The companion asks only when it is done with what it got the time before."""
+    asked = stage.service.times(MANIFEST_PATH)
+    wait_for("the next check", lambda: stage.service.times(MANIFEST_PATH) > asked + checks, 60)
+
+
+def answers(folder):
+    return {f"/download/{path.name}": path for path in folder.iterdir()}
+
+
+def describe(folder, **changes):
+    manifest = folder / release.MANIFEST
+    manifest.write_text(json.dumps({**json.loads(manifest.read_text()), **changes}))
+    return answers(folder)
+
+
+def endless(handler):
+    handler.send_response(200)
+    handler.end_headers()
+    while True:
+        handler.wfile.write(b"[" * 65536)
+
+
+def attacks(stage, good):
+    numbers = iter(range(50, 99))
+
+    def described(**changes):
+        return describe(stage.make(next(numbers)), **changes)
+
+    def redirected(which, to):
+        offered = described()
+        path = next(path for path in offered if path.endswith(which))
+        return {**offered, path: to + "/there", "/there": offered[path]}
+
+    def tampered(change=None, entry=None):
+        """Packed anew after a change to the signed application or with one more entry; the manifest is right."""
+        folder = stage.make(next(numbers))
+        archive, = folder.glob("*.zip")
+        if change:
+            app = stage.scratch / "tampered" / folder.name / release.APP
+            stage.unpack(folder, app.parent)
+            change(app)
+            archive.unlink()
+            release.pack(app, archive)
+        else:
+            with zipfile.ZipFile(archive, "a") as zipped:
+                zipped.writestr(entry, "evil")
+        return describe(folder, sha256=release.digest(archive), size=archive.stat().st_size)
+
+    def signed(team):
+        def change(app):
+            release.run(release.HERE / "chain", stage.scratch / team, "--team", team)
+            release.run(release.HERE / "sign", stage.build / "seal", stage.scratch / team, app)
+        return tampered(change)
+
+    host, size = stage.service.host, (stage.make(48) / "Kestrelune-48.zip").stat().st_size
+    endless_archive = described()
+    # What is offered, and how often its archive is asked for.
+    rows = {
+        "no manifest": ({}, 0),
+        "a manifest elsewhere": (redirected("json", f"https://{ELSEWHERE}"), 0),
+        "a manifest by http": (redirected("json", f"http://{host}"), 0),
+        "an endless manifest": ({MANIFEST_PATH: endless}, 0),
+        "an address elsewhere": (described(url=f"https://{ELSEWHERE}/there.zip"), 0),
+        "an older build": (answers(stage.make(40)), 0),
+        "an archive elsewhere": (redirected("zip", f"https://{ELSEWHERE}"), 1),
+        "an archive by http": (redirected("zip", f"http://{host}"), 1),
+        "an endless archive": ({path: endless if path.endswith("zip") else file for path, file in endless_archive.items()}, 1),
+        "a smaller size": (described(size=size // 2), 1),
+        "a larger size": (described(size=size * 2), 1),
+        "another digest": (described(sha256="0" * 64), 1),
+        "an older build as a newer one": (describe(stage.make(39), build=next(numbers)), 1),
+        "another version": (described(version="9.9"), 1),
+        "an entry that leaves": (tampered(entry="../../evil"), 1),
+        "a second application": (tampered(entry="Other.app/Contents/Info.json"), 1),
+        "a file added": (tampered(lambda app: (app / "Contents/new").write_text("")), 1),
+        "another team": (signed("TEAM000002"), 1),
+        "a foreign chain": (signed("TEAM000001"), 1),
+    }
+    stage.install(good[41])
+    stage.service.publish(good[41])
+    stage.start()
+    wait_for("a companion", stage.running)
+    for name, (offered, downloads) in rows.items():
+        stage.service.answers = {}
+        processed(stage)
+        stage.service.asked.clear()
+        stage.service.answers = offered
+        processed(stage)
+        asked = {(port, at, path) for port, at, path in stage.service.asked if path != MANIFEST_PATH}
+        equal((stage.installed_build(), stage.files() - KEPT), (41, set()), name)
+        equal((len(asked), all((port, at) == (443, host) for port, at, _ in asked)), (downloads, True), f"{name}: {asked}")
+    equal([path for path in stage.root.rglob("evil")], [], "what an entry left")
+    stage.service.publish(stage.make(99))
+    confirmed(stage, 99)
+
+
+SCENARIOS = [whole_life, across_file_systems, full_disk, crashes, hangs, never_confirms, is_killed, attacks]
+
+
+def main():
+    arguments = sys.argv[2:]
+    counts = pathlib.Path(arguments[1]) if arguments[:1] == ["--counts"] else None
+    names = arguments[2:] if counts else arguments
+    passed = failed = 0
+    if not enter():
+        print("SKIPPED: the life of an update needs root or namespaces for users, and this machine gives neither")
+    else:
+        with Stage(sys.argv[1]) as stage:
+            good = {number: stage.make(number) for number in (41, 42)}
+            for scenario in SCENARIOS:
+                name, began = scenario.__name__.replace("_", " "), time.monotonic()
+                if names and not any(part in name for part in names):
+                    continue
+                stage.service.asked.clear()
+                try:
+                    scenario(stage, good)
+                    passed += 1
+                    print(f"ok {name} ({time.monotonic() - began:.1f} s)", flush=True)
+                except Exception:  # whatever went wrong is this scenario's result
+                    traceback.print_exc(file=sys.stdout)
+                    failed += 1
+                    print(f"FAILED {name}: {stage.files()} {stage.service.asked[-5:]}", flush=True)
+    if counts:
+        counts.write_text(f"{passed} {failed}\n")
+    print(f"updates: {passed} passed, {failed} failed")
+    sys.exit(1 if failed else 0)
+
+
+if __name__ == "__main__":
+    main()
