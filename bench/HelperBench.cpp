@@ -17,19 +17,18 @@
 namespace kestrelune {
 namespace {
 
-constexpr std::size_t kRuntimeSize = 100 << 20;
-
-/// A payload with a runtime of 100 MB, and the place for it.
+/// A payload with a runtime of so many MB, and the place for it.
 struct Placed {
   TestFolder folder;
   HelperFiles files{folder.url("root"), systemFiles()};
   HelperPayload payload;
 
-  Placed() {
+  explicit Placed(long megabytes) {
     std::ofstream node(folder.path("node"), std::ios::binary);
     std::string piece(1 << 20, '\0');
-    for (std::size_t i = 0; i < kRuntimeSize / piece.size(); ++i) {
-      for (std::size_t k = 0; k < piece.size(); k += 64) piece[k] = static_cast<char>(i * 31 + k);
+    for (long i = 0; i < megabytes; ++i) {
+      for (std::size_t k = 0; k < piece.size(); k += 64)
+        piece[k] = static_cast<char>(static_cast<std::size_t>(i) * 31 + k);
       node << piece;
     }
     node.close();
@@ -49,8 +48,8 @@ double peakMegabytes() {
   return static_cast<double>(usage.ru_maxrss) / 1024;
 }
 
-void placeLargeRuntime(benchmark::State& state) {
-  Placed placed;
+void placeRuntime(benchmark::State& state) {
+  Placed placed(state.range(0));
   const double before = peakMegabytes();
   for (auto unused : state) {
     state.PauseTiming();
@@ -61,11 +60,11 @@ void placeLargeRuntime(benchmark::State& state) {
   }
   state.counters["peakMB+"] = peakMegabytes() - before;
 }
-BENCHMARK(placeLargeRuntime)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(5);
+BENCHMARK(placeRuntime)->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(5);
 
 /// What the machine's own tools take for the same bytes.
-void copyAndSyncLargeRuntime(benchmark::State& state) {
-  Placed placed;
+void copyAndSync(benchmark::State& state) {
+  Placed placed(state.range(0));
   const std::string command = "cp '" + placed.folder.path("node") + "' '" + placed.folder.path("copy") + "' && sync '" +
                               placed.folder.path("copy") + "'";
   for (auto unused : state) {
@@ -76,35 +75,44 @@ void copyAndSyncLargeRuntime(benchmark::State& state) {
     if (std::system(command.c_str()) != 0) state.SkipWithError("cp failed");
   }
 }
-BENCHMARK(copyAndSyncLargeRuntime)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(5);
+BENCHMARK(copyAndSync)->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(5);
 
 void placeAgain(benchmark::State& state) {
-  Placed placed;
+  Placed placed(state.range(0));
   placed.place();
   for (auto unused : state) placed.place();
 }
-BENCHMARK(placeAgain)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(placeAgain)->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
+/// A command that prints so many lines.
 void runCommand(benchmark::State& state) {
+  const std::string lines = std::to_string(state.range(0));
   for (auto unused : state) {
     const auto loop = makePollRunLoop();
-    HelperCommandRunner::executor (*loop)({"/bin/true", {}, {}}, 10, [&](const HelperCommandResult&) { loop->stop(); });
+    HelperCommandRunner::executor (*loop)({"/usr/bin/seq", {lines}, {}}, 10,
+                                          [&](const HelperCommandResult&) { loop->stop(); });
     loop->run();
   }
 }
-BENCHMARK(runCommand)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(runCommand)->Arg(1)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
-void spawnAndWait(benchmark::State& state) {
+/// The same without a run loop, and its lines thrown away.
+void runCommandBare(benchmark::State& state) {
+  std::string lines = std::to_string(state.range(0));
+  posix_spawn_file_actions_t away;
+  posix_spawn_file_actions_init(&away);
+  posix_spawn_file_actions_addopen(&away, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   for (auto unused : state) {
     pid_t pid = 0;
-    char name[] = "/bin/true";
-    char* arguments[] = {name, nullptr};
+    char name[] = "/usr/bin/seq";
+    char* arguments[] = {name, lines.data(), nullptr};
     char* none[] = {nullptr};
-    posix_spawn(&pid, name, nullptr, nullptr, arguments, none);
+    posix_spawn(&pid, name, &away, nullptr, arguments, none);
     waitpid(pid, nullptr, 0);
   }
+  posix_spawn_file_actions_destroy(&away);
 }
-BENCHMARK(spawnAndWait)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK(runCommandBare)->Arg(1)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
 }  // namespace
 }  // namespace kestrelune

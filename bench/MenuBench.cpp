@@ -1,11 +1,11 @@
 #include <benchmark/benchmark.h>
 
-#include <QApplication>
 #include <QPixmap>
 #include <string>
 
 #include "MenuPlan.hpp"
 #include "MenuViews.hpp"
+#include "Offscreen.hpp"
 #include "base/Messages.hpp"
 #include "screen/MenuPopup.hpp"
 #include "session/MenuLayout.hpp"
@@ -86,11 +86,7 @@ BENCHMARK(sendMenu)->ArgName("times")->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark
 
 /// A popup made, laid out, shown and painted once, on a display in memory.
 void drawMenu(benchmark::State& state) {
-  qputenv("QT_QPA_PLATFORM", "offscreen");
-  static int count = 1;
-  static char name[] = "bench";
-  static char* arguments[] = {name, nullptr};
-  static QApplication application(count, arguments);
+  offscreen();
   const MenuTree menu = menuOf(snapshot(state.range(0)));
   for (auto _ : state) {
     MenuPopup popup(menu, nullptr);

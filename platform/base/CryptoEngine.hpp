@@ -17,5 +17,5 @@ class DigestStream {
 
 }  // namespace kestrelune
 
-/// What the cryptography's module exports; the caller owns the stream.
+/// What the cryptography's module exports; the caller owns the stream. Null when the library can't be used.
 extern "C" kestrelune::DigestStream* kestreluneSha256();

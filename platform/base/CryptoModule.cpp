@@ -1,25 +1,32 @@
-#include <openssl/evp.h>
-
-#include <array>
+#include <gcrypt.h>
 
 #include "base/CryptoEngine.hpp"
 
 namespace kestrelune {
 namespace {
 
+/// Before its first use the library wants to be told that nothing secret will be kept.
+bool begin() {
+  if (!gcry_check_version(GCRYPT_VERSION)) return false;
+  if (gcry_control(GCRYCTL_INITIALIZATION_FINISHED_P)) return true;
+  gcry_control(GCRYCTL_DISABLE_SECMEM, 0);
+  return gcry_control(GCRYCTL_INITIALIZATION_FINISHED, 0) == 0;
+}
+
 class Sha256 final : public DigestStream {
  public:
-  Sha256() { EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr); }
+  explicit Sha256(gcry_md_hd_t handle) : handle_(handle) {}
+  ~Sha256() override { gcry_md_close(handle_); }
+  Sha256(const Sha256&) = delete;
+  Sha256& operator=(const Sha256&) = delete;
 
-  void add(std::string_view bytes) override { EVP_DigestUpdate(context_.get(), bytes.data(), bytes.size()); }
+  void add(std::string_view bytes) override { gcry_md_write(handle_, bytes.data(), bytes.size()); }
 
   std::string finish() override {
     static constexpr char kHex[] = "0123456789abcdef";
-    std::array<unsigned char, EVP_MAX_MD_SIZE> bytes{};
-    unsigned size = 0;
-    EVP_DigestFinal_ex(context_.get(), bytes.data(), &size);
+    const unsigned char* bytes = gcry_md_read(handle_, GCRY_MD_SHA256);
     std::string text;
-    for (unsigned i = 0; i < size; ++i) {
+    for (unsigned i = 0; i < gcry_md_get_algo_dlen(GCRY_MD_SHA256); ++i) {
       text += kHex[bytes[i] >> 4];
       text += kHex[bytes[i] & 15];
     }
@@ -27,13 +34,15 @@ class Sha256 final : public DigestStream {
   }
 
  private:
-  struct Free {
-    void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
-  };
-  std::unique_ptr<EVP_MD_CTX, Free> context_{EVP_MD_CTX_new()};
+  gcry_md_hd_t handle_;
 };
 
 }  // namespace
 }  // namespace kestrelune
 
-[[gnu::visibility("default")]] kestrelune::DigestStream* kestreluneSha256() { return new kestrelune::Sha256; }
+[[gnu::visibility("default")]] kestrelune::DigestStream* kestreluneSha256() {
+  static const bool ready = kestrelune::begin();
+  gcry_md_hd_t handle = nullptr;
+  if (!ready || gcry_md_open(&handle, GCRY_MD_SHA256, 0) != 0) return nullptr;
+  return new kestrelune::Sha256(handle);
+}

@@ -8,7 +8,7 @@
 
 namespace kestrelune {
 
-Connection::Connection(int descriptor)
+CompanionConnection::CompanionConnection(int descriptor)
     : descriptor_(descriptor),
       readNotifier_(descriptor, QSocketNotifier::Read),
       writeNotifier_(descriptor, QSocketNotifier::Write) {
@@ -19,16 +19,16 @@ Connection::Connection(int descriptor)
   connect(&writeNotifier_, &QSocketNotifier::activated, this, [this] { writable(); });
 }
 
-Connection::~Connection() { close(descriptor_); }
+CompanionConnection::~CompanionConnection() { close(descriptor_); }
 
-void Connection::send(const messages::Up& message) {
+void CompanionConnection::send(const messages::Up& message) {
   if (ended_) return;
   const std::string line = messages::encode(message);
   out_.append(line.data(), static_cast<qsizetype>(line.size()));
   writable();
 }
 
-void Connection::writable() {
+void CompanionConnection::writable() {
   while (!out_.isEmpty()) {
     const ssize_t sent = ::send(descriptor_, out_.constData(), static_cast<std::size_t>(out_.size()), MSG_NOSIGNAL);
     if (sent < 0 && errno == EINTR) continue;
@@ -39,7 +39,7 @@ void Connection::writable() {
   writeNotifier_.setEnabled(!out_.isEmpty());
 }
 
-void Connection::readable() {
+void CompanionConnection::readable() {
   char piece[65536];
   const ssize_t got = ::recv(descriptor_, piece, sizeof piece, 0);
   if (got == 0 || (got < 0 && errno != EAGAIN && errno != EINTR)) return end();
@@ -62,7 +62,7 @@ void Connection::readable() {
   if (static_cast<std::size_t>(in_.size()) > messages::kLongestLine) end();
 }
 
-void Connection::end() {
+void CompanionConnection::end() {
   if (std::exchange(ended_, true)) return;
   readNotifier_.setEnabled(false);
   writeNotifier_.setEnabled(false);

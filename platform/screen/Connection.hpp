@@ -10,11 +10,11 @@
 namespace kestrelune {
 
 /// The screen's end of the socket to the companion. Whatever breaks the rules of the conversation ends it.
-class Connection final : public QObject {
+class CompanionConnection final : public QObject {
   Q_OBJECT
  public:
-  explicit Connection(int descriptor);
-  ~Connection() override;
+  explicit CompanionConnection(int descriptor);
+  ~CompanionConnection() override;
 
   void send(const messages::Up& message);
 

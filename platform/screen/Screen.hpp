@@ -44,7 +44,7 @@ class Screen final : public QObject {
   bool isNeeded() const;
   void considerEnd();
 
-  Connection connection_;
+  CompanionConnection connection_;
   StatusForms statusForms_;
   ClipboardKeeper clipboard_;
   std::map<std::string, std::unique_ptr<WindowHost>> windows_;
