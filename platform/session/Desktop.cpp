@@ -10,6 +10,7 @@
 #include "base/System.hpp"
 #include "session/ActivationToken.hpp"
 #include "session/Bus.hpp"
+#include "session/DesktopEntry.hpp"
 #include "session/DesktopFileManager.hpp"
 #include "session/DesktopLoginItem.hpp"
 #include "session/DesktopNotifications.hpp"
@@ -128,6 +129,16 @@ class CurrentDesktop final : public DesktopSession {
 };
 
 }  // namespace
+
+std::string launcherOf(Files& files, const Environment& environment, const Url& home, const Url& bundle) {
+  const std::string program = bundle.appending("Contents/MacOS/KestreluneMenu").path();
+  if (bundle.path() != home.appending("Applications/Kestrelune.app").path()) return program;
+  const auto entry = desktop_entry::findApplication(files, environment, home.path(), "com.kestrelune.menu");
+  if (!entry) return program;
+  const std::vector<std::string> command = desktop_entry::commandLine(*entry);
+  // One that somebody wrapped in a command of their own can't be told apart from its wrapping.
+  return command.size() == 1 && isExecutableFile(files, command.front()) ? command.front() : program;
+}
 
 Environment sessionVariables(const Environment& environment) {
   Environment found;

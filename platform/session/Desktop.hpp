@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "base/Files.hpp"
 #include "base/RunLoop.hpp"
 #include "base/Session.hpp"
 #include "base/Task.hpp"
@@ -18,6 +19,10 @@ struct DesktopOptions {
   std::string launcher;  ///< what an autostart entry starts
   bool dryRun = false;   ///< nothing outside this process is changed by links, terminal, login item
 };
+
+/// What starts the application at login: the launcher that the installed desktop file `com.kestrelune.menu` names, if
+/// `bundle` stands where a launcher starts it, in the home folder's "Applications"; otherwise the program in `bundle`.
+std::string launcherOf(Files& files, const Environment& environment, const Url& home, const Url& bundle);
 
 /// The variables by which a program finds the session it runs in, as far as they are set.
 Environment sessionVariables(const Environment& environment);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "Fakes/TestFolder.hpp"
+#include "session/Desktop.hpp"
 #include "session/DesktopEntry.hpp"
 
 namespace kestrelune {
@@ -75,6 +76,23 @@ TEST_F(DesktopLoginItemTest, ADryRunChangesNothing) {
   ASSERT_EQ(item.registerItem(true), "");
   EXPECT_EQ(dry.unregister(), "");
   EXPECT_EQ(item.status(), Status::enabled);
+}
+
+TEST_F(DesktopLoginItemTest, StartsTheLauncherOfWhatWasInstalled) {
+  const std::string launcher = config.path() + "/a launcher", own = "/Contents/MacOS/KestreluneMenu";
+  config.write("a launcher", "#!/bin/sh\n");
+  const Url home = Url::file(config.path()), placed = home.appending("Applications/Kestrelune.app");
+  const Url other = home.appending("Downloads/Kestrelune.app");
+  const auto found = [&](const Url& bundle) { return launcherOf(systemFiles(), {}, home, bundle); };
+  EXPECT_EQ(found(placed), placed.path() + own) << "nothing is installed";
+  const std::string entry = ".local/share/applications/com.kestrelune.menu.desktop";
+  config.write(entry, "[Desktop Entry]\nType=Application\nName=K\nExec=\"" + launcher + "\"\n");
+  EXPECT_EQ(found(placed), placed.path() + own) << "it can't be executed";
+  ASSERT_EQ(systemFiles().chmod(launcher, 0755), 0);
+  EXPECT_EQ(found(placed), launcher);
+  EXPECT_EQ(found(other), other.path() + own) << "the launcher starts another one";
+  config.write(entry, "[Desktop Entry]\nType=Application\nName=K\nExec=\"" + launcher + "\" --more\n");
+  EXPECT_EQ(found(placed), placed.path() + own);
 }
 
 }  // namespace

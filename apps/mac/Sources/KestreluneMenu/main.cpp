@@ -60,10 +60,11 @@ int main(int count, char** arguments) {
   const auto loop = makeSessionRunLoop();
   const auto tasks = makeTaskLauncher(*loop);
   const auto defaults = makeFileDefaults(systemFiles(), defaultsPath(*configuration));
-  const auto session = makeDesktopSession(*loop, *tasks,
-                                          {.screenProgram = bundle.contents("Helpers/KestreluneScreen"),
-                                           .launcher = bundle.contents("MacOS/KestreluneMenu").path(),
-                                           .dryRun = configuration->dryRun});
+  const auto session = makeDesktopSession(
+      *loop, *tasks,
+      {.screenProgram = bundle.contents("Helpers/KestreluneScreen"),
+       .launcher = launcherOf(systemFiles(), system::environment(), system::homeFolder(), bundle.url()),
+       .dryRun = configuration->dryRun});
 
   const auto http = makeChildHttp(*tasks, *loop, systemFiles(), bundle.contents("Helpers/KestreluneFetch").path());
 
