@@ -102,9 +102,9 @@ Json problemPlan(const Arguments& arguments) {
   if (folder.has_value() != reports.has_value()) throw Unusable("--folder and --reports belong together");
   std::optional<Url> inside;
   if (folder) inside = ProblemPlan::reportFolder(ProblemRecord{.folder = folder}, Url::file(*reports));
-  return Json::Object{{"apps", appValues},
-                      {"arguments", argumentValues},
-                      {"folder", orNull(inside, [](const Url& url) { return url.path(); })}};
+  Json answer = Json::Object{{"apps", appValues}, {"arguments", argumentValues}};
+  if (inside) answer.set("folder", inside->path());
+  return answer;
 }
 
 const Subcommand kMenu("menu",

@@ -216,6 +216,13 @@ TEST_F(BackgroundTest, TheAliasIsALinkToTheRuntime) {
   EXPECT_EQ(BackgroundProcess::executable(node, files), alias);
   EXPECT_EQ(inode(alias), inode(node));
 
+  for (const char* target : {"node", "nowhere"}) {
+    files.unlink(alias.path());
+    files.symlink(target, alias.path());
+    EXPECT_EQ(BackgroundProcess::executable(node, files), alias) << "a link to " << target;
+    EXPECT_EQ(files.linkInfo(alias.path()).value.inode, inode(node)) << target;
+  }
+
   files.unlink(alias.path());
   std::filesystem::create_directories(alias.appending("in the way").path());
   EXPECT_EQ(BackgroundProcess::executable(node, files), node);

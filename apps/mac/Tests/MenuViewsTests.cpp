@@ -74,6 +74,18 @@ TEST(MenuViews, WhatWouldCollideWithASetupCannotBeChosen) {
   EXPECT_FALSE(MenuViews::row(nested, true).children[0].enabled);
 }
 
+TEST(MenuViews, NothingTravelsThatCannotBeSeen) {
+  const std::string endless(10000, 'x');
+  for (const MenuEntry& entry : {MenuEntry{.title = endless, .subtitle = endless, .detail = endless, .settleKey = "k"},
+                                 MenuEntry{.title = endless, .detail = endless},
+                                 MenuEntry{.title = endless, .subtitle = endless, .detail = endless},
+                                 MenuEntry{.title = endless, .children = {{{.title = endless}}}}}) {
+    const MenuRow drawn = MenuViews::row(entry, false);
+    EXPECT_LT(drawn.title.size() + drawn.subtitle.size() + drawn.detail.size() + drawn.toolTip.size(), 2500u);
+    for (const MenuRow& child : drawn.children) EXPECT_LT(child.title.size(), 700u);
+  }
+}
+
 TEST(MenuViews, ALongSubtitleIsCut) {
   const std::string fits(70, 'x'), tooLong(71, 'x');
   for (const bool attention : {false, true}) {

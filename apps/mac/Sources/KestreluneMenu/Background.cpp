@@ -135,7 +135,7 @@ Url BackgroundProcess::executable(const Url& node, Files& files) {
   const Url alias = resolved.deletingLastComponent().appending(kAlias);
   const Outcome<FileInfo> target = files.info(resolved.path());
   if (!target) return node;
-  const Outcome<FileInfo> existing = files.info(alias.path());
+  const Outcome<FileInfo> existing = files.linkInfo(alias.path());
   if (existing && existing.value.inode == target.value.inode) return alias;
   if (existing && files.unlink(alias.path()) != 0) return node;
   return files.link(resolved.path(), alias.path()) == 0 ? alias : node;

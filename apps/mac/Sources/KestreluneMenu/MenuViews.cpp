@@ -12,6 +12,10 @@ namespace kestrelune::MenuViews {
 namespace {
 
 constexpr std::size_t kSubtitleLimit = 71, kSubtitleKeep = 69;
+/// Several times what fits into a row or a tool tip: what lies beyond would only be sent and measured in vain.
+constexpr std::size_t kMostCharacters = 600;
+
+std::string shown(const std::string& full) { return text::shortened(full, kMostCharacters + 1, kMostCharacters); }
 
 std::string shownSubtitle(const MenuEntry& entry) {
   return text::shortened(entry.subtitle.value_or(""), kSubtitleLimit, kSubtitleKeep);
@@ -24,13 +28,13 @@ bool collides(const Action& action) {
 MenuRow attention(const MenuEntry& entry) {
   MenuRow row;
   row.form = MenuRow::Form::attention;
-  row.title = entry.title;
+  row.title = shown(entry.title);
   row.subtitle = shownSubtitle(entry);
   row.enabled = true;
   if (entry.action) row.represented = entry.action->identifier();
-  const std::string detail = entry.detail.value_or("");
+  const std::string detail = shown(entry.detail.value_or(""));
   row.openTitle = detail.empty() ? SetupCopy::text(SetupCopy::Key::open) : detail;
-  row.toolTip = entry.subtitle.value_or("");
+  row.toolTip = shown(entry.subtitle.value_or(""));
   if (!row.toolTip.empty() && !detail.empty()) row.toolTip += " — ";
   row.toolTip += detail;
   row.settleKey = *entry.settleKey;
@@ -43,9 +47,9 @@ MenuRow attention(const MenuEntry& entry) {
 
 MenuRow normal(const MenuEntry& entry, bool busy) {
   MenuRow row;
-  row.title = entry.title;
+  row.title = shown(entry.title);
   row.subtitle = shownSubtitle(entry);
-  row.detail = entry.detail.value_or("");
+  row.detail = shown(entry.detail.value_or(""));
   row.checked = entry.checked;
   row.key = entry.key.value_or("");
   if (entry.action) {
@@ -61,7 +65,7 @@ MenuRow header(const Snapshot& snapshot, bool settingUp) {
   MenuRow row;
   row.form = MenuRow::Form::header;
   row.title = settingUp ? Copy::text(Copy::Key::settingUp) : headline(snapshot);
-  row.subtitle = settingUp ? Copy::text(Copy::Key::settingUpBody) : message(snapshot).value_or("");
+  row.subtitle = settingUp ? Copy::text(Copy::Key::settingUpBody) : shown(message(snapshot).value_or(""));
   return row;
 }
 
@@ -73,15 +77,15 @@ MenuRow row(const MenuEntry& entry, bool busy) {
     row.form = MenuRow::Form::section;
     row.title = entry.title;
   } else if (entry.children) {
-    row.title = entry.title;
+    row.title = shown(entry.title);
     row.children = rows(*entry.children, busy);
     row.enabled = !row.children.empty();
   } else if (entry.settleKey) {
     row = attention(entry);
   } else if (!entry.action && !entry.subtitle && entry.detail) {
     row.form = MenuRow::Form::pair;
-    row.title = entry.title;
-    row.detail = *entry.detail;
+    row.title = shown(entry.title);
+    row.detail = shown(*entry.detail);
   } else {
     row = normal(entry, busy);
   }
