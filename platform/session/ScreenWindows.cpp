@@ -39,7 +39,8 @@ ScreenWindows::Open* ScreenWindows::find(const std::string& id) {
 
 void ScreenWindows::show(const WindowSpec& spec, const View& tree, Events events) {
   if (!port_.hasDisplay()) {
-    system::printLine(text::filled(session_copy::text(session_copy::Key::noDisplayWindow), {spec.title}));
+    // Not among the lines by which a run without a screen is followed.
+    system::printErrorLine(text::filled(session_copy::text(session_copy::Key::noDisplayWindow), {spec.title}));
     loop_.post(lifetime_.guarded([closed = std::move(events.closed)] {
       if (closed) closed();
     }));
