@@ -67,7 +67,7 @@ class SetupTest : public testing::Test {
     world.loop.turn();
   }
   void installOld(const std::string& content = "an older helper") { world.folder.write(kHelper, content); }
-  void setUp() {
+  void installHelper() {
     std::filesystem::remove_all(world.folder.path("root"));
     make().setup();
     world.loop.turn();
@@ -208,7 +208,7 @@ TEST_F(SetupTest, AnUpdateReplacesOnlyAnIdleOrDeadHelper) {
       {"unknown process", kIdle, 0, false},
   };
   for (const Row& row : rows) {
-    setUp();
+    installHelper();
     installOld();
     world.writeStatus(row.status, row.pid);
     make().checkForUpdates();
@@ -221,7 +221,7 @@ TEST_F(SetupTest, AnUpdateReplacesOnlyAnIdleOrDeadHelper) {
 }
 
 TEST_F(SetupTest, ANewerHelperIsAskedOnlyOnce) {
-  setUp();
+  installHelper();
   installOld("a helper that updated itself");
   world.writeStatus(kIdle);
   make();
@@ -236,7 +236,7 @@ TEST_F(SetupTest, ANewerHelperIsAskedOnlyOnce) {
 }
 
 TEST_F(SetupTest, AHelperThatChangesUnderItsHandsIsLeftAlone) {
-  setUp();
+  installHelper();
   installOld();
   world.writeStatus(kIdle);
   make().checkForUpdates();
@@ -248,7 +248,7 @@ TEST_F(SetupTest, AHelperThatChangesUnderItsHandsIsLeftAlone) {
 }
 
 TEST_F(SetupTest, AnUpdateGoesTheWayOfTheInstall) {
-  setUp();
+  installHelper();
   installOld();
   world.writeStatus(kIdle);
   restarts = false;

@@ -33,11 +33,11 @@ TEST(StatusReader, Judgement) {
     return Change([seconds](HelperStatus& status) {
       status.updatedAt = formatIso8601(kNow + seconds);
       // The writer truncates; the tenths are put back.
-      const int tenths = static_cast<int>((seconds - std::floor(seconds)) * 10 + 0.5);
+      const long tenths = std::lround((seconds - std::floor(seconds)) * 10);
       status.updatedAt->insert(status.updatedAt->size() - 1, "." + std::to_string(tenths) + "00");
     });
   };
-  const auto app = [](HostApp found) {
+  const auto app = [](const HostApp& found) {
     return Change([found](HelperStatus& status) { status.apps = {HostApp{.state = "ready"}, found}; });
   };
   const auto connection = [](const char* state) {

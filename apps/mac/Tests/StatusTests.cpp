@@ -73,8 +73,9 @@ TEST(Status, EveryKeyIsReadStrictly) {
   for (const auto& row : rows) {
     const auto fails = [&row](const std::string& key, const std::string& value) {
       SCOPED_TRACE(std::string(row.record) + "." + key);
-      EXPECT_THROW(decoded(replaced(row.place, "@", "\"" + key + "\":" + value)), JsonError);
-      EXPECT_NO_THROW(decoded(replaced(row.place, "@", "\"" + key + "\":null")));
+      const std::string member = '"' + key + "\":";
+      EXPECT_THROW(decoded(replaced(row.place, "@", member + value)), JsonError);
+      EXPECT_NO_THROW(decoded(replaced(row.place, "@", member + "null")));
     };
     for (const char* key : row.keys) fails(key, "true");
     for (const char* key : row.booleans) fails(key, "\"yes\"");

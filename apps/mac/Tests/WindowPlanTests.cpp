@@ -12,6 +12,7 @@ const Calendar kBerlin = Calendar::zone("Europe/Berlin");
 
 std::vector<std::string> described(const std::vector<const WindowTask*>& tasks) {
   std::vector<std::string> result;
+  result.reserve(tasks.size());
   for (const WindowTask* task : tasks) {
     result.push_back(task->taskId + " | " + task->name() + " | " + WindowPlan::subtitle(*task, kBerlin));
   }

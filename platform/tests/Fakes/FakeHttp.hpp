@@ -30,7 +30,7 @@ class FakeHttp final : public Http {
   }
 
   /// Answers the n-th request in a later pass of the loop. Without a response the transport failed.
-  void answer(std::size_t n, std::optional<HttpResponse> response) {
+  void answer(std::size_t n, const std::optional<HttpResponse>& response) {
     loop_.post([completed = std::exchange(asked.at(n).completed, nullptr), response] {
       if (completed) completed(response);
     });

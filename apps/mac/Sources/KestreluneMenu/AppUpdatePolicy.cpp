@@ -74,7 +74,7 @@ std::optional<Url> download(const AppRelease& release) {
   if (release.size < 1 || release.size > kLargestRelease || !isSHA256(release.sha256)) return std::nullopt;
   if (!systemVersion(release.minimumSystemVersion)) return std::nullopt;
 
-  const std::optional<Url> url = Url::parse(release.url);
+  std::optional<Url> url = Url::parse(release.url);
   if (!url || url->scheme() != "https") return std::nullopt;
   if (text::lowercased(url->host().value_or("")) != endpoints::kServiceHost) return std::nullopt;
   // A port is the refusal in itself, whatever its value; so is anything that signs in.

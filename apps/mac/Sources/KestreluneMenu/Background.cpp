@@ -132,7 +132,7 @@ bool BackgroundProcess::restart() {
 
 Url BackgroundProcess::executable(const Url& node, Files& files) {
   const Url resolved = node.resolvingSymbolicLinks();
-  const Url alias = resolved.deletingLastComponent().appending(kAlias);
+  Url alias = resolved.deletingLastComponent().appending(kAlias);
   const Outcome<FileInfo> target = files.info(resolved.path());
   if (!target) return node;
   const Outcome<FileInfo> existing = files.linkInfo(alias.path());

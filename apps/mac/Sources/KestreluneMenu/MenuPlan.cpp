@@ -139,6 +139,7 @@ std::vector<MenuEntry> aiBlock(const Snapshot& snapshot, const Context& context)
 
 MenuEntry connectAnother() {
   std::vector<MenuEntry> children;
+  children.reserve(kConnectable.size());
   for (const std::string_view family : kConnectable) {
     children.push_back(
         {.title = Copy::familyName(std::string(family)), .action = Action::reconnect(std::string(family))});

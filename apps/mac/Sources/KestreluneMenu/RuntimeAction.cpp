@@ -100,7 +100,7 @@ std::string Action::identifier() const {
 }
 
 std::optional<Action> Action::parse(std::string_view identifier) {
-  if (const auto exact = parseExact(identifier)) return exact;
+  if (auto exact = parseExact(identifier)) return exact;
   if (identifier.starts_with("shareTool:")) return parseShareTool(identifier);
   if (const auto host = rest(identifier, "signIn:")) return signIn(std::string(*host));
   if (const auto family = rest(identifier, "reconnect:")) return reconnect(std::string(*family));

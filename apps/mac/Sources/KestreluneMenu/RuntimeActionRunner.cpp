@@ -199,7 +199,7 @@ void ActionRunner::terminal(const std::string& command) {
       command, lifetime_.guarded([this](const std::string& reason) { showError(RuntimeError::script(reason)); }));
 }
 
-void ActionRunner::runHelper(std::vector<std::string> arguments, std::string done) {
+void ActionRunner::runHelper(std::vector<std::string> arguments, const std::string& done) {
   TaskRequest request;
   request.executable = reach_.helperCommand.path();
   request.arguments = std::move(arguments);

@@ -62,7 +62,7 @@ class ActionRunner {
   void editProfile(const std::string& id);
   void saveProfile(const std::string& id, const Answer& answer);
   void terminal(const std::string& command);
-  void runHelper(std::vector<std::string> arguments, std::string done = "");
+  void runHelper(std::vector<std::string> arguments, const std::string& done = "");
   void helperEnded(const TaskEnd& end, const std::string& done);
   void runTool(const std::string& name, std::vector<std::string> arguments, TaskLauncher::Ended ended);
   void launch(const TaskRequest& request, TaskLauncher::Ended ended);

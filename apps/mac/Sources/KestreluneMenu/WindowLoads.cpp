@@ -5,7 +5,7 @@
 namespace kestrelune {
 
 void WindowLoads::start(const std::string& helper, const std::vector<std::string>& arguments,
-                        std::function<void(const std::string&)> answered) {
+                        const std::function<void(const std::string&)>& answered) {
   if (loads_.size() == kMostAtATime) {
     loads_.front().task->signal(SIGKILL);
     loads_.pop_front();

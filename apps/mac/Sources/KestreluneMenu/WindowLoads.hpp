@@ -20,7 +20,7 @@ class WindowLoads {
 
   /// `answered` gets the whole output of a run that ended well; nothing is told of any other.
   void start(const std::string& helper, const std::vector<std::string>& arguments,
-             std::function<void(const std::string& output)> answered);
+             const std::function<void(const std::string& output)>& answered);
   void stop();
 
  private:
