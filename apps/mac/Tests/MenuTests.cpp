@@ -7,59 +7,37 @@
 #include <string>
 #include <vector>
 
-#include "Fakes/FakeDefaults.hpp"
-#include "Fakes/FakeHttp.hpp"
-#include "Fakes/FakeLoop.hpp"
-#include "Fakes/FakeSession.hpp"
-#include "Fakes/FakeTasks.hpp"
-#include "Fakes/Languages.hpp"
-#include "Fakes/TestFolder.hpp"
+#include "Fakes/World.hpp"
+#include "base/Digest.hpp"
 
 namespace kestrelune {
 namespace {
 
-class MenuTest : public ::testing::Test {
+class MenuTest : public testing::Test, protected World {
  protected:
   MenuController& make(bool dryRun = true) {
-    Configuration configuration;
-    configuration.statusURL = folder.url("runner/status.json");
-    configuration.heartbeatURL = folder.url("runner/menubar.json");
-    configuration.helperRoot = folder.url("root");
-    configuration.launchAgentURL = folder.url("root/agent.plist");
-    configuration.dryRun = dryRun;
-    controller_ = std::make_unique<MenuController>(
-        configuration, Outside{.loop = loop,
-                               .clock = clock,
-                               .files = systemFiles(),
-                               .tasks = tasks,
-                               .session = session,
-                               .defaults = defaults,
-                               .http = http,
-                               .bundle = Bundle(Url::file("/app")),
-                               .pid = 4711,
-                               .output = [this](const std::string& line) { lines.push_back(line); }});
+    Outside outside = World::outside();
+    outside.bundle = Bundle(folder.url("app"));
+    outside.execute = [this](const HelperCommand& command, double, auto completed) {
+      commands.push_back(command.arguments.back());
+      complete = std::move(completed);
+    };
+    controller_ = std::make_unique<MenuController>(configuration(dryRun), std::move(outside));
     return *controller_;
   }
-
   /// A live status of this moment, whose helper is this test.
-  void writeStatus(const std::string& members) {
-    folder.write("runner/status.json", R"({"schemaVersion":1,"state":"running","pid":)" + std::to_string(::getpid()) +
-                                           R"(,"updatedAt":")" + formatIso8601(clock.now()) + "\"" + members + "}");
+  void writeStatus(const std::string& members) { World::writeStatus(R"(,"state":"running")" + members); }
+  void writeProgram(const std::string& name) const {
+    folder.write(name, "");
+    systemFiles().chmod(folder.path(name), 0755);
   }
   long stateLines() const {
     return std::count_if(lines.begin(), lines.end(), [](const auto& line) { return line.starts_with("STATE "); });
   }
   FakeStatusItem& item() { return session.statusItem(); }
 
-  const testing_support::English english;
-  const TestFolder folder;
-  FakeClock clock;
-  FakeLoop loop{clock};
-  FakeSession session{loop};
-  FakeTaskLauncher tasks{loop};
-  FakeDefaults defaults;
-  FakeHttp http{loop};
-  std::vector<std::string> lines;
+  std::vector<std::string> commands;
+  std::function<void(const HelperCommandResult&)> complete;
   std::unique_ptr<MenuController> controller_;
 };
 
@@ -93,6 +71,7 @@ TEST_F(MenuTest, TheIconFollowsTheFileAndTheClosedMenuDoesNot) {
   EXPECT_EQ(item().menu, before);
   item().openMenu();
   EXPECT_NE(item().row("Pick a date"), nullptr);
+  EXPECT_NE(item().row("Finish setting up …"), nullptr) << "no helper of ours is installed";
 }
 
 TEST_F(MenuTest, AnOpenMenuStaysAsItOpened) {
@@ -248,11 +227,10 @@ TEST_F(MenuTest, RestartIsForTheHelperInTheApplicationWhereTheMarkerSaysSo) {
   MenuController& controller = make(false);
   controller.performAction("restart");
   ASSERT_EQ(tasks.children.size(), 1u);
-  EXPECT_TRUE(tasks.commandLine(0).starts_with("/app/Contents/Helpers/launchctl kickstart"));
+  EXPECT_TRUE(tasks.commandLine(0).starts_with(folder.path("app") + "/Contents/Helpers/launchctl kickstart"));
   folder.write("runner/in-app", "");
-  folder.write("root/node/current/bin/node", "");
   folder.write("root/helper/kestrelune-runner.mjs", "");
-  ASSERT_EQ(systemFiles().chmod(folder.path("root/node/current/bin/node"), 0755), 0);
+  writeProgram("root/node/current/bin/node");
   controller.performAction("restart");
   ASSERT_EQ(tasks.children.size(), 2u);
   EXPECT_TRUE(tasks.commandLine(1).ends_with("kestrelune-runner.mjs run --service"));
@@ -263,6 +241,50 @@ TEST_F(MenuTest, RestartIsForTheHelperInTheApplicationWhereTheMarkerSaysSo) {
   EXPECT_EQ(tasks.children.size(), 3u) << "at once, when the old one has ended";
   controller.stop();
   EXPECT_EQ(tasks.children[2]->signals, std::vector<int>{SIGTERM});
+}
+
+TEST_F(MenuTest, ASetupStopsTheHelperAndStartsItAgain) {
+  folder.write("app/Contents/Info.json", R"({"KestreluneHelperVersion":"1.0","KestreluneNodeVersion":"v20",)"
+                                         R"("KestreluneHelperSHA256":")" +
+                                             sha256("helper") + "\"}");
+  folder.write("app/Contents/Resources/helper/kestrelune-runner.mjs", "helper");
+  for (const char* processor : {"arm64", "x64"})
+    writeProgram(std::string("app/Contents/Helpers/node-darwin-") + processor + "/node");
+  folder.write("root/helper/kestrelune-runner.mjs", "helper");
+  folder.write("runner/in-app", "");
+  writeProgram("root/node/current/bin/node");
+  std::filesystem::rename(folder.path("root/node/current"), folder.path("root/node/old"));
+  std::filesystem::create_directory_symlink("old", folder.path("root/node/current"));
+  MenuController& controller = make(false);
+  controller.background().start();
+  const struct {
+    const char* greyed;
+    HelperCommandResult result;
+    std::string notice, alert;
+    bool setUpAgain;
+  } rows[] = {
+      {"Restart Kestrelune", {1, "no network"}, "", "The action could not be completed: no network", true},
+      {"Set up this Mac …", {0, "done"}, "This Mac is connected to Kestrelune.", "", false},
+  };
+  for (const auto& row : rows) {
+    const std::size_t running = tasks.children.size() - 1;
+    session.alert().asked.clear();
+    controller.setup().setup();
+    EXPECT_EQ(tasks.children[running]->signals, std::vector<int>{SIGTERM});
+    ASSERT_NE(item().row(row.greyed), nullptr);
+    EXPECT_FALSE(item().row(row.greyed)->enabled);
+    EXPECT_EQ(item().look.dot, (Color{208, 52, 44})) << "nothing runs yet but the copying";
+    tasks.end(running, {});
+    loop.turn();
+    EXPECT_EQ(commands.back(), "--in-app");
+    EXPECT_EQ(item().look.toolTip, "Kestrelune — Setting up Kestrelune");
+    complete(row.result);
+    EXPECT_EQ(tasks.children.size(), running + 2) << "it is started again, however the setup went";
+    const auto& delivered = session.notifications().delivered;
+    EXPECT_EQ(delivered.empty() ? "" : delivered.back().body, row.notice);
+    EXPECT_EQ(session.alert().asked.empty() ? "" : session.alert().asked.back().text, row.alert);
+    EXPECT_EQ(item().row("Set up this Mac …") != nullptr, row.setUpAgain);
+  }
 }
 
 TEST_F(MenuTest, OutsideADryRunItIsSilent) {

@@ -125,14 +125,15 @@ TEST_F(SetupTest, TheStartChoosesOneRoad) {
     for (const std::string& event : events) happened += event == "before install" ? "" : event;
     if (running() == "node --in-app") happened += "install";
     EXPECT_EQ(happened, row.expected) << row.name;
+    EXPECT_EQ(world.defaults.boolean(AutoSetupPolicy::kAttemptedKey), row.attempted || happened == "install");
   }
 }
 
 TEST_F(SetupTest, ASetupPlacesInstallsAndRegisters) {
   make().setup();
   EXPECT_TRUE(controller->busy()) << "from the first byte on";
-  EXPECT_EQ(events, Events{"before install"});
   controller->setup();
+  EXPECT_EQ(events, Events{"before install"});
   world.loop.turn();
   ASSERT_EQ(calls.size(), 1u) << "a second press does nothing";
   EXPECT_EQ(calls[0].command.arguments, (Events{world.folder.path(kHelper), "install", "--in-app"}));
@@ -199,6 +200,7 @@ TEST_F(SetupTest, AnUpdateReplacesOnlyAnIdleOrDeadHelper) {
   const Row rows[] = {
       {"idle", kIdle, ::getpid(), true},
       {"silent about its tasks", R"(,"state":"running")", ::getpid(), false},
+      {"counter only", R"(,"state":"running","tasks":{"running":0})", ::getpid(), false},
       {"list only", R"(,"state":"running","running":[])", ::getpid(), false},
       {"busy by the list", R"(,"state":"running","tasks":{"running":0},"running":[{}])", ::getpid(), false},
       {"busy by the counter", R"(,"state":"running","tasks":{"running":1},"running":[])", ::getpid(), false},
@@ -233,6 +235,10 @@ TEST_F(SetupTest, ANewerHelperIsAskedOnlyOnce) {
     EXPECT_FALSE(controller->busy());
   }
   EXPECT_EQ(world.folder.read(kHelper), "a helper that updated itself");
+  installOld();
+  controller->checkForUpdates();
+  world.loop.turn();
+  EXPECT_EQ(calls.size(), 1u) << "what it told was the version of another file";
 }
 
 TEST_F(SetupTest, AHelperThatChangesUnderItsHandsIsLeftAlone) {
@@ -244,7 +250,14 @@ TEST_F(SetupTest, AHelperThatChangesUnderItsHandsIsLeftAlone) {
   installOld("something else by now");
   complete(0, "1.0");
   EXPECT_EQ(world.folder.read(kHelper), "something else by now");
-  EXPECT_TRUE(events.empty());
+  controller->checkForUpdates();
+  world.loop.turn();
+  std::filesystem::remove(world.folder.path("runner/in-app"));
+  complete(0, "1.0");
+  EXPECT_EQ(world.folder.read(kHelper), "something else by now") << "an install that has gone";
+  controller->checkForUpdates();
+  world.loop.turn();
+  EXPECT_TRUE(events.empty() && calls.empty()) << "without one nothing is looked for";
 }
 
 TEST_F(SetupTest, AnUpdateGoesTheWayOfTheInstall) {

@@ -8,7 +8,6 @@
 
 #include "Fakes/Languages.hpp"
 #include "HelperModel.hpp"
-#include "ProblemPlan.hpp"
 #include "RuntimeAction.hpp"
 
 namespace kestrelune {
@@ -84,51 +83,6 @@ TEST_F(HelperFolder, TheSmallModelIsOnUntilItsFileSaysOff) {
     write("small-model.json", text);
     EXPECT_EQ(HelperModel::isEnabled(systemFiles(), folder()), on) << text;
   }
-}
-
-TEST(ProblemPlan, OnlyUsableApplicationsCheck) {
-  const auto apps = [](std::vector<HostApp> list) {
-    return ProblemPlan::apps(HelperStatus{.schemaVersion = 1, .apps = std::move(list)});
-  };
-  using Names = std::vector<std::string>;
-  EXPECT_EQ(ProblemPlan::apps(std::nullopt), Names{});
-  EXPECT_EQ(apps({{.host = "claude"}, {.host = "cursor"}, {.host = "codex", .state = "ready"}}),
-            (Names{"codex", "claude"}));
-  EXPECT_EQ(apps({{.host = "codex", .state = "signed_out"}, {.host = "claude", .state = "ready"}}), Names{"claude"});
-  EXPECT_EQ(apps({{.host = "codex", .state = "ready", .power = "off"}}), Names{});
-  EXPECT_EQ(apps({{.host = "codex", .state = "usage_limited"}, {.host = "codex", .state = "ready"}}), Names{})
-      << "the first record of an application counts";
-}
-
-TEST(ProblemPlan, ArgumentsCarryNoTextOfTheUser) {
-  using List = std::vector<std::string>;
-  EXPECT_EQ(ProblemPlan::arguments("claude", " it broke\n", true),
-            (List{"report-problem", "--lang", "de", "--app", "claude", "--note-stdin"}));
-  EXPECT_EQ(ProblemPlan::arguments("cursor", " \n\t", false), (List{"report-problem", "--lang", "en"}));
-  EXPECT_EQ(ProblemPlan::note(" " + std::string(700, 'x')).size(), 600u);
-}
-
-TEST(ProblemPlan, AReportNeverLeadsOutOfTheReportsFolder) {
-  const Url reports = Url::file("/a/reports");
-  const auto folder = [&](const char* path) {
-    const auto found = ProblemPlan::reportFolder(ProblemRecord{.folder = path}, reports);
-    return found ? found->path() : std::string("none");
-  };
-  EXPECT_EQ(folder("/a/reports/x"), "/a/reports/x");
-  EXPECT_EQ(folder("/a/reports/./x/"), "/a/reports/x");
-  for (const char* path :
-       {"/a/reports", "/a/reports/x/../../y", "/a/reports2/x", "a/reports/x", "", "/etc", "/a/reports/../etc"}) {
-    EXPECT_EQ(folder(path), "none") << path;
-  }
-  EXPECT_FALSE(ProblemPlan::reportFolder(std::nullopt, reports));
-}
-
-TEST(ProblemPlan, ARecordOfTheLimitCountsAsNone) {
-  const std::string start = R"({"state":"done","answer":")", end = "\"}";
-  const auto sized = [&](std::size_t size) { return start + std::string(size - start.size() - end.size(), 'x') + end; };
-  EXPECT_TRUE(ProblemPlan::decode(sized(65535)));
-  EXPECT_FALSE(ProblemPlan::decode(sized(65536)));
-  EXPECT_FALSE(ProblemPlan::decode(R"({"pid":3000000000})"));
 }
 
 }  // namespace
