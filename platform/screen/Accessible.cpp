@@ -4,9 +4,11 @@
 #include <QAccessibleWidget>
 #include <QApplication>
 
+#include "Controls.hpp"
 #include "MenuPopup.hpp"
 #include "StripWindow.hpp"
 #include "ViewWidgets.hpp"
+#include "WindowHost.hpp"
 
 namespace kestrelune::accessible {
 namespace {
@@ -19,7 +21,8 @@ class RowInterface final : public QAccessibleWidget {
   QAccessible::State state() const override {
     QAccessible::State state = QAccessibleWidget::state();
     const MenuRowView& view = *row();
-    state.disabled = !view.isSelectable();
+    // What is only to be read can be read.
+    state.disabled = role() == QAccessible::MenuItem && !view.isSelectable();
     state.focusable = view.isSelectable();
     state.focused = view.isHighlighted() && view.part() == MenuChoice::Part::row;
     state.checkable = view.row().checked.has_value();
@@ -143,9 +146,17 @@ QAccessibleInterface* create(const QString&, QObject* object) {
   if (auto* card = qobject_cast<CardWidget*>(object); card && card->isPressable()) {
     return new PressableInterface(card, [card] { card->press(); });
   }
-  if (auto* whole = qobject_cast<WholeWidget*>(object); whole && whole->isWhole()) {
-    return new WholeInterface(whole, QAccessible::StaticText);
+  if (auto* whole = qobject_cast<WholeWidget*>(object)) {
+    if (whole->isWhole()) return new WholeInterface(whole, QAccessible::StaticText);
+    // What has a name of its own is more than an arrangement.
+    return whole->accessibleName().isEmpty() ? nullptr : new QAccessibleWidget(whole, QAccessible::Grouping);
   }
+  if (auto* window = qobject_cast<WindowHost*>(object)) return new QAccessibleWidget(window, QAccessible::Window);
+  if (auto* group = qobject_cast<RadioGroup*>(object)) return new QAccessibleWidget(group, QAccessible::Grouping);
+  if (auto* text = qobject_cast<ElidedLabel*>(object)) return new QAccessibleWidget(text, QAccessible::StaticText);
+  if (auto* symbol = qobject_cast<SymbolWidget*>(object)) return new QAccessibleWidget(symbol, QAccessible::Graphic);
+  if (auto* steps = qobject_cast<StepsWidget*>(object)) return new QAccessibleWidget(steps, QAccessible::StaticText);
+  if (auto* busy = qobject_cast<SpinnerWidget*>(object)) return new QAccessibleWidget(busy, QAccessible::Animation);
   return nullptr;
 }
 

@@ -2,6 +2,8 @@
 
 #include <QGuiApplication>
 
+#include "XServer.hpp"
+
 namespace kestrelune {
 
 ClipboardKeeper::ClipboardKeeper() {
@@ -14,7 +16,7 @@ void ClipboardKeeper::copy(const QString& text) { QGuiApplication::clipboard()->
 
 bool ClipboardKeeper::isHolding() const {
   const QClipboard* clipboard = QGuiApplication::clipboard();
-  return clipboard->ownsClipboard() && !clipboard->text().isEmpty();
+  return clipboard->ownsClipboard() && !clipboard->text().isEmpty() && !xserver::hasClipboardManager();
 }
 
 }  // namespace kestrelune

@@ -6,8 +6,8 @@
 
 namespace kestrelune {
 
-/// What was copied. Where a manager keeps clipboards it takes over; else the screen must stay for as long as the text
-/// is the clipboard's.
+/// What was copied. Where a manager keeps clipboards, the toolkit hands the text over to it when the screen ends; else
+/// the screen must stay for as long as the text is the clipboard's.
 class ClipboardKeeper final : public QObject {
   Q_OBJECT
  public:

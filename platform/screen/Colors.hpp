@@ -5,12 +5,12 @@
 #include "base/Session.hpp"
 #include "base/View.hpp"
 
-/// The colours of the screen, in light and dark.
+/// The colours of the screen, in light and dark. Every pair of text and ground has a contrast of at least 4.5.
 namespace kestrelune::colors {
 
+/// Gives the toolkit's own widgets our colours, dark ones where the desktop is dark; again whenever that changes.
+void setDark(bool wanted);
 bool isDark();
-/// Takes over a dark palette where the desktop asks for dark and the toolkit didn't notice.
-void followDesktop();
 
 QColor label();
 QColor secondaryLabel();
@@ -21,11 +21,12 @@ QColor menuBackground();
 QColor panel();        ///< the rounded ground behind a group of things
 QColor control();      ///< the ground of a button
 QColor controlEdge();  ///< the line around it
+QColor mark();         ///< the line around a box, the ground of a switch that is off
 QColor trough();       ///< the ground of a picker
 QColor accent();       ///< dark enough for white text
 QColor onAccent();
 QColor tint(View::Tint tint);
-/// The pill's ground; white text on it has a contrast of at least 4.5.
+/// The pill's ground, for white text.
 QColor pill(StatusItemLook::PillTone tone);
 QColor fromColor(const Color& color);
 

@@ -1,12 +1,18 @@
 #include "Connection.hpp"
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
 
 namespace kestrelune {
+namespace {
+
+constexpr qsizetype kLarge = 1 << 20;
+
+}  // namespace
 
 CompanionConnection::CompanionConnection(int descriptor)
     : descriptor_(descriptor),
@@ -58,6 +64,11 @@ void CompanionConnection::readable() {
     }
   }
   in_.remove(0, start);
+  if (start > kLarge) {
+    in_.squeeze();
+    // What a large tree took while it was read goes back at once: the screen may not see another for hours.
+    malloc_trim(0);
+  }
   searched_ = in_.size();
   if (static_cast<std::size_t>(in_.size()) > messages::kLongestLine) end();
 }

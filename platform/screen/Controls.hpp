@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QCheckBox>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QTabBar>
 
 #include "base/View.hpp"
@@ -24,6 +26,33 @@ class PushButton final : public QPushButton {
   bool isPlain() const { return style_ == View::ButtonStyle::link || style_ == View::ButtonStyle::borderless; }
 
   View::ButtonStyle style_ = View::ButtonStyle::normal;
+};
+
+/// A check box with its title, or without one a switch.
+class ToggleBox final : public QCheckBox {
+  Q_OBJECT
+ public:
+  QSize sizeHint() const override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  bool hitButton(const QPoint& position) const override;
+};
+
+/// One choice of several.
+class RadioBox final : public QRadioButton {
+  Q_OBJECT
+ public:
+  QSize sizeHint() const override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  bool hitButton(const QPoint& position) const override;
+};
+
+/// The options of one choice, read as a group.
+class RadioGroup final : public QWidget {
+  Q_OBJECT
 };
 
 /// A picker of tabs: one ground, and a raised piece for the one that is chosen.

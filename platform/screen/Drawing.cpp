@@ -1,10 +1,13 @@
 #include "Drawing.hpp"
 
+#include <QBitmap>
 #include <QFontMetrics>
 #include <QPainterPath>
+#include <QWidget>
 
 #include "Colors.hpp"
 #include "Metrics.hpp"
+#include "XServer.hpp"
 #include "base/FlamePath.hpp"
 
 namespace kestrelune::drawing {
@@ -63,9 +66,40 @@ QIcon trayIcon(const StatusItemLook& look) {
   return icon;
 }
 
+QPixmap flamePixmap(const QSize& size, double ratio) {
+  QPixmap pixmap(size * ratio);
+  pixmap.setDevicePixelRatio(ratio);
+  pixmap.fill(Qt::transparent);
+  QPainter painter(&pixmap);
+  painter.setRenderHint(QPainter::Antialiasing);
+  flame(painter, QRectF(QPointF(0, 0), size), QColor("#d4620a"));
+  return pixmap;
+}
+
+QIcon windowIcon() {
+  static const QIcon icon = [] {
+    QIcon result;
+    for (const int size : {16, 32, 48}) result.addPixmap(flamePixmap({size, size}, 1));
+    return result;
+  }();
+  return icon;
+}
+
 QString plainToolTip(const QString& text) {
   // Only what is told to be rich is unescaped again, so that "&" shows as one.
   return text.isEmpty() ? text : "<qt>" + text.left(kLongestToolTip).toHtmlEscaped() + "</qt>";
+}
+
+void cutCorners(QWidget& window, double radius) {
+  if (!xserver::inUse() || xserver::hasCompositor()) return window.clearMask();
+  QBitmap shape(window.size());
+  shape.clear();
+  QPainter painter(&shape);
+  painter.setBrush(Qt::color1);
+  painter.setPen(Qt::color1);
+  painter.drawRoundedRect(QRectF(window.rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
+  painter.end();
+  window.setMask(shape);
 }
 
 QSize pillSize(const QString& text) {

@@ -15,9 +15,15 @@ void flame(QPainter& painter, const QRectF& box, const QColor& color);
 void dot(QPainter& painter, const QRectF& box, const QColor& color, const QColor& ring);
 /// The icon of a tray whose colour isn't known: the flame with an outline that reads on light and dark, and the dot.
 QIcon trayIcon(const StatusItemLook& look);
+/// The flame on its own, for questions, title bars and task lists.
+QPixmap flamePixmap(const QSize& size, double ratio);
+QIcon windowIcon();
 
 /// A text for a tool tip that no toolkit reads markup in, whatever it holds; wrapped where it is long.
 QString plainToolTip(const QString& text);
+
+/// Takes a window's corners away where nobody blends them with what is behind.
+void cutCorners(QWidget& window, double radius);
 
 QSize pillSize(const QString& text);
 void pill(QPainter& painter, const QRect& box, const QString& text, StatusItemLook::PillTone tone);

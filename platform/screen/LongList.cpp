@@ -180,24 +180,11 @@ void LongList::layOut() {
   for (auto& [index, node] : live_) {
     node->widget()->setGeometry(padding_, tops_[index] - scrolled, width, heightOf(index));
     node->widget()->show();
+    // Assistive tools read the rows in the order in which their parent has them.
+    if (made) node->widget()->raise();
   }
-  if (made) orderFocus();
   layingOut_ = false;
   if (missing) ask(first, last);
-}
-
-/// The keyboard goes through the rows as they stand, not as they came into sight.
-void LongList::orderFocus() {
-  QWidget* before = nullptr;
-  for (const auto& [index, node] : live_) {
-    QList<QWidget*> widgets = node->widget()->findChildren<QWidget*>();
-    widgets.prepend(node->widget());
-    for (QWidget* widget : widgets) {
-      if (!(widget->focusPolicy() & Qt::TabFocus)) continue;
-      if (before) setTabOrder(before, widget);
-      before = widget;
-    }
-  }
 }
 
 void LongList::resizeEvent(QResizeEvent*) {
@@ -214,10 +201,10 @@ bool LongList::viewportEvent(QEvent* event) {
   return QAbstractScrollArea::viewportEvent(event);
 }
 
-bool LongList::focusNextPrevChild(bool next) {
-  const bool moved = QAbstractScrollArea::focusNextPrevChild(next);
-  keepFocusInSight();
-  return moved;
+std::vector<QWidget*> LongList::rowWidgets() const {
+  std::vector<QWidget*> result;
+  for (const auto& [index, node] : live_) result.push_back(node->widget());
+  return result;
 }
 
 void LongList::keepFocusInSight() {

@@ -21,24 +21,25 @@ class LongList final : public QAbstractScrollArea {
   /// they are all. What stands at the top of the sight stays there, as long as it exists.
   void setRows(const View& view);
   std::size_t liveRows() const { return live_.size(); }
+  /// Those of the rows that have one, from top to bottom.
+  std::vector<QWidget*> rowWidgets() const;
+  /// Scrolls to what has the focus, if that is one of the rows.
+  void keepFocusInSight();
 
  protected:
   void resizeEvent(QResizeEvent* event) override;
   void scrollContentsBy(int dx, int dy) override;
-  bool focusNextPrevChild(bool next) override;
   bool viewportEvent(QEvent* event) override;
 
  private:
   const View* row(std::size_t index) const;
   void moveHeights(std::ptrdiff_t by);
   void ask(std::size_t first, std::size_t last);
-  void orderFocus();
   void measure();
   void layOut();
   std::size_t rowAt(int y) const;
   int heightOf(std::size_t row) const;
   int measured(const ViewNode& node) const;
-  void keepFocusInSight();
 
   const ViewNode::Emit& emit_;
   std::string key_;

@@ -2,7 +2,7 @@
 
 #include <QAccessible>
 #include <QApplication>
-#include <QKeyEvent>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
 #include <QScrollBar>
@@ -10,7 +10,9 @@
 #include <algorithm>
 
 #include "Colors.hpp"
+#include "Drawing.hpp"
 #include "Metrics.hpp"
+#include "XServer.hpp"
 
 namespace kestrelune {
 namespace {
@@ -21,6 +23,8 @@ constexpr double kMenuWidth = 368, kVerticalPadding = 6, kCorner = 7, kArrowHeig
 /// Of the display's height: with less room than this beside its place, a long menu rather covers that place.
 constexpr double kEnoughRoom = 0.7;
 constexpr int kSubmenuDelay = 180, kGrabInterval = 30, kGrabAttempts = 10;
+/// In milliseconds: the release of the click that opened the menu comes within them, and chooses nothing.
+constexpr qint64 kOpeningClick = 250;
 
 QRect availableAt(const QPoint& place) {
   QScreen* screen = QGuiApplication::screenAt(place);
@@ -54,7 +58,7 @@ MenuPopup::MenuPopup(MenuTree menu, MenuPopup* parentMenu)
   content_->setAutoFillBackground(false);
   submenuTimer_.setSingleShot(true);
   submenuTimer_.setInterval(kSubmenuDelay);
-  connect(&submenuTimer_, &QTimer::timeout, this, [this] { openSubmenu(false); });
+  connect(&submenuTimer_, &QTimer::timeout, this, [this] { submenuDue(); });
   fill();
 }
 
@@ -88,6 +92,7 @@ void MenuPopup::layOut() {
   scroll_->setGeometry(0, edge, width, box.height() - 2 * edge);
   up_->setGeometry(0, 0, width, edge);
   down_->setGeometry(0, box.height() - edge, width, edge);
+  drawing::cutCorners(*this, px(kCorner));
   up_->setVisible(scrolls);
   down_->setVisible(scrolls);
 }
@@ -115,6 +120,7 @@ void MenuPopup::setMenu(MenuTree menu) {
   const MenuChoice::Part part = current_ ? current_->part() : MenuChoice::Part::row;
   std::unique_ptr<MenuPopup> open = std::move(submenu_);
   current_ = nullptr;
+  pointed_.reset();
   // A row may be in the middle of handling the event that led here.
   for (MenuRowView* view : rows_) view->hide(), view->deleteLater();
   rows_.clear();
@@ -145,16 +151,22 @@ void MenuPopup::openAt(const QPoint& place) {
   raise();
   activateWindow();
   setFocus(Qt::PopupFocusReason);
-  if (!parentMenu_) tryGrab(kGrabAttempts);
+  opened_.start();
+  QAccessibleEvent started(this, QAccessible::PopupMenuStart);
+  QAccessible::updateAccessibility(&started);
+  if (!parentMenu_ && xserver::inUse()) tryGrab(kGrabAttempts);
 }
 
 /// A panel that was clicked may hold the pointer for a moment; without it the menu would close at nothing.
 void MenuPopup::tryGrab(int attempts) {
-  if (!isVisible() || attempts == 0) return;
-  if (QWidget::mouseGrabber() == this) return;
-  if (QApplication::activePopupWidget() != nullptr && windowHandle() && windowHandle()->setMouseGrabEnabled(true))
-    return;
+  // A submenu that is open by now has what it needs.
+  if (!isVisible() || attempts == 0 || submenu_ || grabInput()) return;
   QTimer::singleShot(kGrabInterval, this, [this, attempts] { tryGrab(attempts - 1); });
+}
+
+bool MenuPopup::grabInput() {
+  QWindow* window = windowHandle();
+  return window && window->setMouseGrabEnabled(true) && window->setKeyboardGrabEnabled(true);
 }
 
 void MenuPopup::paintEvent(QPaintEvent*) {
@@ -170,6 +182,7 @@ void MenuPopup::setCurrent(MenuRowView* row) {
   if (current_) current_->setHighlighted(false);
   closeSubmenu();
   submenuTimer_.stop();
+  pointed_.reset();
   current_ = row;
   if (!row) return;
   row->setHighlighted(true);
@@ -181,30 +194,6 @@ void MenuPopup::setCurrent(MenuRowView* row) {
 void MenuPopup::tellFocus() {
   QAccessibleEvent focused(current_->currentWidget(), QAccessible::Focus);
   QAccessible::updateAccessibility(&focused);
-}
-
-void MenuPopup::move(int step) {
-  if (rows_.empty()) return;
-  const auto count = static_cast<int>(rows_.size());
-  const auto at = std::find(rows_.begin(), rows_.end(), current_);
-  int index = current_ ? static_cast<int>(at - rows_.begin()) : step > 0 ? -1 : count;
-  for (int tried = 0; tried < count; ++tried) {
-    index = (index + step + count) % count;
-    if (rows_[static_cast<std::size_t>(index)]->isSelectable())
-      return setCurrent(rows_[static_cast<std::size_t>(index)]);
-  }
-}
-
-void MenuPopup::movePart(int step) {
-  const int part = std::clamp(static_cast<int>(current_->part()) + step, 0, static_cast<int>(MenuChoice::Part::done));
-  current_->setPart(static_cast<MenuChoice::Part>(part));
-  tellFocus();
-}
-
-void MenuPopup::activateCurrent() {
-  if (!current_) return;
-  if (current_->hasSubmenu()) return openSubmenu(true);
-  choose(current_, current_->part());
 }
 
 void MenuPopup::choose(MenuRowView* row, MenuChoice::Part part) {
@@ -221,63 +210,6 @@ void MenuPopup::choose(MenuRowView* row, MenuChoice::Part part) {
   top.hide();
 }
 
-bool MenuPopup::pressKeyEquivalent(const QString& key) {
-  for (MenuRowView* row : rows_) {
-    if (!row->row().key.empty() && row->isSelectable() &&
-        key.compare(QString::fromStdString(row->row().key), Qt::CaseInsensitive) == 0) {
-      choose(row, MenuChoice::Part::row);
-      return true;
-    }
-  }
-  return false;
-}
-
-void MenuPopup::keyPressEvent(QKeyEvent* event) {
-  const bool attention = current_ && current_->row().form == MenuRow::Form::attention;
-  switch (event->key()) {
-    case Qt::Key_Escape: return parentMenu_ ? parentMenu_->closeSubmenu() : static_cast<void>(hide());
-    case Qt::Key_Down: return move(1);
-    case Qt::Key_Up: return move(-1);
-    case Qt::Key_Home: setCurrent(nullptr); return move(1);
-    case Qt::Key_End: setCurrent(nullptr); return move(-1);
-    case Qt::Key_Right:
-      if (attention) return movePart(1);
-      if (current_ && current_->hasSubmenu()) openSubmenu(true);
-      return;
-    case Qt::Key_Left:
-      if (attention && current_->part() != MenuChoice::Part::row) return movePart(-1);
-      if (parentMenu_) parentMenu_->closeSubmenu();
-      return;
-    case Qt::Key_Tab:
-      if (attention && current_->part() != MenuChoice::Part::done) return movePart(1);
-      return move(1);
-    case Qt::Key_Backtab:
-      if (attention && current_->part() != MenuChoice::Part::row) return movePart(-1);
-      return move(-1);
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-    case Qt::Key_Space: return activateCurrent();
-    default: break;
-  }
-  if (event->modifiers() & Qt::ControlModifier) {
-    const QString key = event->key() == Qt::Key_Comma ? QString(",") : QKeySequence(event->key()).toString();
-    if (root().pressKeyEquivalent(key)) return;
-  }
-  QWidget::keyPressEvent(event);
-}
-
-/// Tab moves within the menu and never out of it.
-bool MenuPopup::event(QEvent* event) {
-  if (event->type() == QEvent::KeyPress) {
-    auto* key = static_cast<QKeyEvent*>(event);
-    if (key->key() == Qt::Key_Tab || key->key() == Qt::Key_Backtab) {
-      keyPressEvent(key);
-      return true;
-    }
-  }
-  return QWidget::event(event);
-}
-
 MenuRowView* MenuPopup::rowAt(const QPoint& global) const {
   if (!scroll_->viewport()->rect().contains(scroll_->viewport()->mapFromGlobal(global))) return nullptr;
   const QPoint place = content_->mapFromGlobal(global);
@@ -292,10 +224,29 @@ void MenuPopup::pointAt(const QPoint& global) {
     if (parentMenu_) parentMenu_->pointAt(global);
     return;
   }
+  if (parentMenu_) parentMenu_->stay();
   MenuRowView* row = rowAt(global);
-  if (row == current_) return;
-  setCurrent(row && row->isSelectable() ? row : nullptr);
+  if (row && !row->isSelectable()) row = nullptr;
+  if (row == current_) return stay();
+  if (submenu_) {
+    // The way into a submenu may lead across other rows.
+    pointed_ = row;
+    return submenuTimer_.start();
+  }
+  setCurrent(row);
   if (current_ && current_->hasSubmenu()) submenuTimer_.start();
+}
+
+/// The pointer is where the open submenu belongs, or in it.
+void MenuPopup::stay() {
+  if (!submenu_) return;
+  pointed_.reset();
+  submenuTimer_.stop();
+}
+
+void MenuPopup::submenuDue() {
+  if (pointed_) setCurrent(*std::exchange(pointed_, std::nullopt));
+  openSubmenu(false);
 }
 
 bool MenuPopup::eventFilter(QObject* watched, QEvent* event) {
@@ -303,8 +254,10 @@ bool MenuPopup::eventFilter(QObject* watched, QEvent* event) {
   if (row && event->type() == QEvent::MouseMove) {
     pointAt(static_cast<QMouseEvent*>(event)->globalPosition().toPoint());
   } else if (row && event->type() == QEvent::MouseButtonRelease) {
-    if (row->isSelectable()) choose(row, MenuChoice::Part::row);
+    mouseReleaseEvent(static_cast<QMouseEvent*>(event));
     return true;
+  } else if (row && event->type() == QEvent::MouseButtonPress) {
+    pressed_ = true;
   }
   return QWidget::eventFilter(watched, event);
 }
@@ -321,6 +274,7 @@ void MenuPopup::mousePressEvent(QMouseEvent* event) {
 }
 
 void MenuPopup::mouseReleaseEvent(QMouseEvent* event) {
+  if (!pressed_ && opened_.elapsed() < kOpeningClick) return;
   const QPoint global = event->globalPosition().toPoint();
   for (MenuPopup* menu = this; menu; menu = menu->parentMenu_) {
     if (MenuRowView* row = menu->rowAt(global); row && row->isSelectable()) {
@@ -360,6 +314,8 @@ void MenuPopup::hideEvent(QHideEvent*) {
     root().hide();
     return;
   }
+  QAccessibleEvent ended(this, QAccessible::PopupMenuEnd);
+  QAccessible::updateAccessibility(&ended);
   if (onClosed) onClosed();
   if (chosen_ && onChosen) onChosen(*std::exchange(chosen_, std::nullopt));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QScrollArea>
 #include <QTimer>
 #include <QWidget>
@@ -54,11 +55,16 @@ class MenuPopup final : public QWidget {
   void layOut();
   QRect fitted(int height) const;
   void tryGrab(int attempts);
+  bool grabInput();
+  void stay();
+  void submenuDue();
   void setCurrent(MenuRowView* row);
   void move(int step);
+  void movePage(int direction);
   void movePart(int step);
   void activateCurrent();
   bool pressKeyEquivalent(const QString& key);
+  bool moveToLetter(const QString& letter);
   void openSubmenu(bool selectFirst);
   void closeSubmenu();
   void tellFocus();
@@ -73,7 +79,10 @@ class MenuPopup final : public QWidget {
   std::vector<MenuRowView*> rows_;
   MenuRowView* current_ = nullptr;
   std::unique_ptr<MenuPopup> submenu_;
+  std::optional<MenuRowView*> pointed_;  ///< where the pointer rests while the submenu of another row is open
   QTimer submenuTimer_;
+  QElapsedTimer opened_;
+  bool pressed_ = false;
   std::optional<MenuChoice> chosen_;
   QPoint place_;
   bool closed_ = false;

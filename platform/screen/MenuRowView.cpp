@@ -6,6 +6,7 @@
 #include "Colors.hpp"
 #include "Drawing.hpp"
 #include "Metrics.hpp"
+#include "Texts.hpp"
 
 namespace kestrelune {
 namespace {
@@ -13,22 +14,14 @@ namespace {
 using metrics::px;
 
 // Measures in points.
-constexpr double kMenuWidth = 368, kSideInset = 5, kTextLeft = 14, kCheckedLeft = 24, kTextRight = 332;
+constexpr double kMenuWidth = 368, kSideInset = 5, kTextLeft = 14, kCheckedLeft = 27, kTextRight = 332;
 constexpr double kHeaderLeft = 20, kHeaderWidth = 328, kGap = 10;
 constexpr double kButtonGap = 6, kBeforeButtons = 10, kLeastText = 40;
 constexpr double kTitlePoints = 13, kSmallPoints = 11, kHeadlinePoints = 14, kMessagePoints = 12;
 /// What lies beyond can't be seen; measuring and shaping it would only take time.
-constexpr qsizetype kMostVisibleCharacters = 600;
+constexpr qsizetype kMostVisibleCharacters = 600, kMostSpokenCharacters = 2000;
 
-QString shown(const std::string& text) {
-  QString result = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-  result.truncate(kMostVisibleCharacters);
-  // One line each, whatever a file says.
-  for (QChar& c : result) {
-    if (c == u'\n' || c == u'\r' || c == u'\t' || c.isNull()) c = u' ';
-  }
-  return result;
-}
+QString shown(const std::string& text) { return texts::oneLine(text, kMostVisibleCharacters); }
 
 void drawText(QPainter& painter, const QRect& box, const QString& text, const QFont& font, const QColor& color,
               Qt::Alignment alignment = Qt::AlignLeft) {
@@ -122,7 +115,7 @@ QString MenuRowView::accessibleText() const {
   QStringList parts;
   for (const std::string* part : {&row_.title, &row_.subtitle, &row_.detail}) {
     if (part->empty() || (part == &row_.detail && row_.form == MenuRow::Form::attention)) continue;
-    parts << QString::fromStdString(*part);
+    parts << texts::oneLine(*part, kMostSpokenCharacters);
   }
   return parts.join(", ");
 }
@@ -137,8 +130,9 @@ int MenuRowView::rowHeight() const {
     case MenuRow::Form::header: break;
   }
   if (row_.subtitle.empty()) return px(36);
-  const QRect box = QFontMetrics(metrics::font(kMessagePoints))
-                        .boundingRect(QRect(0, 0, px(kHeaderWidth), 10000), Qt::TextWordWrap, subtitle_);
+  const QRect box =
+      QFontMetrics(metrics::font(kMessagePoints))
+          .boundingRect(QRect(0, 0, px(kHeaderWidth), 10000), Qt::TextWordWrap | Qt::TextWrapAnywhere, subtitle_);
   return px(38) + std::max(px(16), box.height());
 }
 
@@ -219,7 +213,7 @@ void MenuRowView::paintNormal(QPainter& painter) {
                     detailColor());
   }
   if (!row_.key.empty()) {
-    const QString key = "Ctrl+" + QString::fromStdString(row_.key).toUpper();
+    const QString key = texts::controlKey(row_.key);
     const int keyWidth = textWidth(key, font);
     drawText(painter, QRect(right - keyWidth, 0, keyWidth + 1, height()), key, font, detailColor());
     right -= keyWidth + px(12);
@@ -228,7 +222,7 @@ void MenuRowView::paintNormal(QPainter& painter) {
   if (row_.checked == true) {
     painter.setPen(QPen(textColor(), px(1.6), Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.setBrush(Qt::NoBrush);
-    const QPointF middle(px(16), height() / 2.0);
+    const QPointF middle(px(17), height() / 2.0);
     painter.drawPolyline(
         QPolygonF{middle + QPointF(-px(4), 0), middle + QPointF(-px(1), px(3)), middle + QPointF(px(4), -px(4))});
   }
@@ -253,7 +247,7 @@ void MenuRowView::paintHeader(QPainter& painter) {
   if (row_.subtitle.empty()) return;
   painter.setFont(metrics::font(kMessagePoints));
   painter.setPen(colors::secondaryLabel());
-  painter.drawText(QRect(left, px(30), width, height() - px(32)), Qt::TextWordWrap, subtitle_);
+  painter.drawText(QRect(left, px(30), width, height() - px(32)), Qt::TextWordWrap | Qt::TextWrapAnywhere, subtitle_);
 }
 
 void MenuRowView::paintPair(QPainter& painter) {

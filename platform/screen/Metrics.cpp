@@ -1,23 +1,36 @@
 #include "Metrics.hpp"
 
-#include <QFontInfo>
 #include <QGuiApplication>
+#include <QScreen>
 #include <algorithm>
 #include <cmath>
 
 namespace kestrelune::metrics {
 namespace {
 
-/// What desktops set where the user has changed nothing: 10 points at 96 dots an inch.
-constexpr double kUsualPixels = 40.0 / 3;
-/// Smaller differences come from rounding and from themes, not from a wish.
-constexpr double kTolerance = 0.12;
+/// What desktops set where the user has changed nothing; from 9 to 11 points all are usual.
+constexpr double kUsualPoints = 10, kUsualDots = 96, kTolerance = 0.12;
+
+double relative(double value, double usual) { return std::abs(value / usual - 1) < kTolerance ? 1 : value / usual; }
+
+double measuredScale() {
+  const QFont font = QGuiApplication::font();
+  const QScreen* screen = QGuiApplication::primaryScreen();
+  const double dots = screen ? screen->logicalDotsPerInchY() : kUsualDots;
+  const double points = font.pointSizeF() > 0 ? font.pointSizeF() : font.pixelSize() * 72 / dots;
+  return std::clamp(relative(points, kUsualPoints) * relative(dots, kUsualDots), 0.8, 3.0);
+}
 
 }  // namespace
 
 double textScale() {
-  const double scale = QFontInfo(QGuiApplication::font()).pixelSize() / kUsualPixels;
-  return std::abs(scale - 1) < kTolerance ? 1 : std::clamp(scale, 0.8, 3.0);
+  static QFont known;
+  static double scale = 0;
+  if (const QFont font = QGuiApplication::font(); scale == 0 || font != known) {
+    known = font;
+    scale = measuredScale();
+  }
+  return scale;
 }
 
 int px(double points) { return static_cast<int>(std::lround(points * textScale())); }

@@ -4,10 +4,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPainter>
-#include <QPixmap>
 #include <QPlainTextEdit>
-#include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -17,6 +14,7 @@
 #include <utility>
 
 #include "Colors.hpp"
+#include "Controls.hpp"
 #include "Drawing.hpp"
 #include "Metrics.hpp"
 
@@ -80,16 +78,8 @@ QString fitted(const QString& name) {
 }
 
 QLabel* flameLabel() {
-  const double ratio = qGuiApp->devicePixelRatio();
-  QPixmap pixmap(QSize(px(40), px(40)) * ratio);
-  pixmap.setDevicePixelRatio(ratio);
-  pixmap.fill(Qt::transparent);
-  QPainter painter(&pixmap);
-  painter.setRenderHint(QPainter::Antialiasing);
-  drawing::flame(painter, QRectF(0, 0, px(40), px(40)), colors::tint(View::Tint::orange));
-  painter.end();
   auto* label = new QLabel;
-  label->setPixmap(pixmap);
+  label->setPixmap(drawing::flamePixmap({px(40), px(40)}, qGuiApp->devicePixelRatio()));
   label->setAlignment(Qt::AlignTop);
   return label;
 }
@@ -99,6 +89,8 @@ QLabel* flameLabel() {
 QuestionDialog::QuestionDialog(const Question& question) : cancelButton_(question.cancelButton) {
   setAttribute(Qt::WA_QuitOnClose, false);
   setWindowTitle("Kestrelune");
+  setWindowIcon(drawing::windowIcon());
+  setAccessibleName(QString::fromStdString(question.title));
   setAccessibleDescription(QString::fromStdString(question.text));
 
   auto* texts = new QVBoxLayout;
@@ -113,10 +105,10 @@ QuestionDialog::QuestionDialog(const Question& question) : cancelButton_(questio
   buttons->addStretch();
   for (std::size_t i = 0; i < question.buttons.size(); ++i) {
     const QString name = QString::fromStdString(question.buttons[i]), cutName = fitted(name);
-    auto* button = new QPushButton(QString(cutName).replace('&', "&&"));
-    button->setFont(metrics::font(13));
+    auto* button = new PushButton;
+    button->setLook(QString(cutName).replace('&', "&&"),
+                    i == 0 ? View::ButtonStyle::primary : View::ButtonStyle::normal);
     button->setAccessibleName(name);
-    button->setAutoDefault(true);
     button->setDefault(i == 0);
     connect(button, &QPushButton::clicked, this, [this, i] { answer(static_cast<int>(i)); });
     // The default stands at the right, as the last in reading order.

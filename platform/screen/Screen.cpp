@@ -4,6 +4,8 @@
 #include <QCursor>
 #include <variant>
 
+#include "Texts.hpp"
+
 namespace kestrelune {
 namespace {
 
@@ -51,7 +53,8 @@ void Screen::considerEnd() {
   if (!idle_.isActive()) idle_.start();
 }
 
-void Screen::on(const messages::Hello&) {
+void Screen::on(const messages::Hello& message) {
+  texts::setLanguage(message.language);
   // On Wayland a client can't place a window; through Xwayland it can.
   const bool places = QGuiApplication::platformName() != "wayland";
   connection_.send(messages::Ready{.placesPopups = places, .statusItemForm = statusForms_.form()});

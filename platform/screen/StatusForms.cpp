@@ -1,20 +1,15 @@
 #include "StatusForms.hpp"
 
 #include <QCursor>
-#include <QGuiApplication>
 
 #include "Drawing.hpp"
+#include "XServer.hpp"
 
 namespace kestrelune {
 namespace {
 
 /// Trays come and go without telling; asking costs one look at a selection's owner.
 constexpr int kLookForTray = 3000;
-
-bool hasTray() {
-  // A tray over the bus is the companion's own affair, and none is used from here.
-  return QGuiApplication::platformName() == "xcb" && QSystemTrayIcon::isSystemTrayAvailable();
-}
 
 }  // namespace
 
@@ -35,7 +30,7 @@ void StatusForms::show(const StatusItemLook& look) {
   if (!changed) return;
   if (tray_) {
     tray_->setIcon(drawing::trayIcon(look_));
-    tray_->setToolTip(QString::fromStdString(look_.toolTip));
+    tray_->setToolTip(drawing::plainToolTip(QString::fromStdString(look_.toolTip)));
   }
   if (strip_) strip_->setLook(look_);
 }
@@ -45,15 +40,21 @@ void StatusForms::hide() {
   watch_.stop();
   tray_.reset();
   strip_.reset();
+  tell();
 }
 
 void StatusForms::choose() {
   if (!visible_) return;
-  if (hasTray()) {
+  // The toolkit would ask for a tray on the bus as well, and once for all; that one is the companion's affair.
+  if (xserver::hasTray()) {
     if (!tray_) useTray();
   } else if (!strip_) {
     useStrip();
   }
+  tell();
+}
+
+void StatusForms::tell() {
   if (form() == told_) return;
   told_ = form();
   if (onFormChanged) onFormChanged(told_);
@@ -62,9 +63,10 @@ void StatusForms::choose() {
 void StatusForms::useTray() {
   strip_.reset();
   tray_ = std::make_unique<QSystemTrayIcon>(drawing::trayIcon(look_));
-  tray_->setToolTip(QString::fromStdString(look_.toolTip));
-  connect(tray_.get(), &QSystemTrayIcon::activated, this, [this] {
-    if (onClicked) onClicked();
+  tray_->setToolTip(drawing::plainToolTip(QString::fromStdString(look_.toolTip)));
+  connect(tray_.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+    const bool asksForMenu = reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::Context;
+    if (asksForMenu && onClicked) onClicked();
   });
   tray_->show();
 }

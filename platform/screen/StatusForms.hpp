@@ -32,12 +32,13 @@ class StatusForms final : public QObject {
 
  private:
   void choose();
+  void tell();
   void useTray();
   void useStrip();
 
   StatusItemLook look_;
   bool visible_ = false;
-  std::string told_;
+  std::string told_ = "none";
   std::unique_ptr<QSystemTrayIcon> tray_;
   std::unique_ptr<StripWindow> strip_;
   QTimer watch_;

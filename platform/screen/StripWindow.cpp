@@ -9,6 +9,7 @@
 #include "Colors.hpp"
 #include "Drawing.hpp"
 #include "Metrics.hpp"
+#include "Texts.hpp"
 
 namespace kestrelune {
 namespace {
@@ -16,6 +17,7 @@ namespace {
 using metrics::px;
 
 constexpr double kHeight = 26, kPadding = 8, kFlameWidth = 22, kFlameHeight = 20, kDot = 8, kGap = 5, kEdge = 8;
+constexpr qsizetype kLongestPill = 200;
 
 }  // namespace
 
@@ -27,7 +29,13 @@ StripWindow::StripWindow()
   setFocusPolicy(Qt::StrongFocus);
   setWindowTitle("Kestrelune");
   setCursor(Qt::PointingHandCursor);
-  connect(QGuiApplication::primaryScreen(), &QScreen::availableGeometryChanged, this, [this] { place(); });
+  const auto follow = [this](const QScreen* screen) {
+    if (!screen) return;
+    connect(screen, &QScreen::availableGeometryChanged, this, [this] { place(); });
+    place();
+  };
+  connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, follow);
+  follow(QGuiApplication::primaryScreen());
 }
 
 void StripWindow::setLook(const StatusItemLook& look) {
@@ -39,11 +47,14 @@ void StripWindow::setLook(const StatusItemLook& look) {
 }
 
 void StripWindow::place() {
-  const QString text = QString::fromStdString(look_.pill);
+  const QString text = texts::oneLine(look_.pill, kLongestPill);
   int width = px(2 * kPadding + kFlameWidth);
   if (!text.isEmpty()) width += px(kGap) + drawing::pillSize(text).width();
-  const QRect available = QGuiApplication::primaryScreen()->availableGeometry();
+  const QScreen* screen = QGuiApplication::primaryScreen();
+  if (!screen) return;
+  const QRect available = screen->availableGeometry();
   setGeometry(available.right() + 1 - width - px(kEdge), available.top() + px(kEdge), width, px(kHeight));
+  drawing::cutCorners(*this, height() / 2.0);
 }
 
 void StripWindow::paintEvent(QPaintEvent*) {
@@ -59,7 +70,7 @@ void StripWindow::paintEvent(QPaintEvent*) {
   const double ring = px(kDot);
   drawing::dot(painter, {icon.right() - ring, icon.bottom() - ring, ring, ring}, colors::fromColor(look_.dot),
                colors::menuBackground());
-  const QString text = QString::fromStdString(look_.pill);
+  const QString text = texts::oneLine(look_.pill, kLongestPill);
   if (text.isEmpty()) return;
   const QSize size = drawing::pillSize(text);
   drawing::pill(

@@ -1,7 +1,5 @@
-#include <QCheckBox>
 #include <QLabel>
 #include <QLineEdit>
-#include <QRadioButton>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -17,14 +15,6 @@ using metrics::px;
 
 /// How long a control may show what the user did before the companion's word on it is taken.
 constexpr int kTrustUser = 1500;
-
-/// The style draws a box with these; in dark colours its own choice can hardly be seen.
-void colourBox(QWidget& box) {
-  QPalette palette = box.palette();
-  palette.setColor(QPalette::Base, colors::control());
-  palette.setColor(QPalette::Window, colors::controlEdge().lighter(colors::isDark() ? 170 : 110));
-  box.setPalette(palette);
-}
 
 class ButtonNode final : public ViewNode {
  public:
@@ -44,11 +34,13 @@ class ButtonNode final : public ViewNode {
 
 class ToggleNode final : public ViewNode {
  public:
-  explicit ToggleNode(const Emit& emit) : ViewNode(new QCheckBox, emit) {
-    colourBox(*box());
-    QObject::connect(box(), &QCheckBox::clicked, box(), [this](bool on) {
+  explicit ToggleNode(const Emit& emit) : ViewNode(new ToggleBox, emit) {
+    back_.setSingleShot(true);
+    back_.setInterval(kTrustUser);
+    QObject::connect(&back_, &QTimer::timeout, box(), [this] { box()->setChecked(this->view().on); });
+    QObject::connect(box(), &ToggleBox::clicked, box(), [this](bool on) {
       send(on ? "on" : "off");
-      QTimer::singleShot(kTrustUser, box(), [this] { box()->setChecked(this->view().on); });
+      back_.start();
     });
   }
 
@@ -57,16 +49,18 @@ class ToggleNode final : public ViewNode {
     box()->setText(caption(view.text));
     box()->setFont(metrics::font(13));
     box()->setChecked(view.on);
+    back_.stop();
     applyCommon(*box(), view);
   }
 
  private:
-  QCheckBox* box() const { return static_cast<QCheckBox*>(widget()); }
+  ToggleBox* box() const { return static_cast<ToggleBox*>(widget()); }
+  QTimer back_;
 };
 
 class RadioNode final : public ViewNode {
  public:
-  explicit RadioNode(const Emit& emit) : ViewNode(new QWidget, emit), layout_(new QVBoxLayout(widget())) {
+  explicit RadioNode(const Emit& emit) : ViewNode(new RadioGroup, emit), layout_(new QVBoxLayout(widget())) {
     layout_->setContentsMargins(0, 0, 0, 0);
   }
 
@@ -84,6 +78,7 @@ class RadioNode final : public ViewNode {
       options_[i].button->setFont(metrics::font(13));
       options_[i].button->setAccessibleDescription(text(child.help));
       options_[i].button->setChecked(child.on);
+      options_[i].button->setEnabled(child.enabled);
       options_[i].detail->setText(text(child.detail));
       options_[i].detail->setFont(metrics::font(12));
       colour(*options_[i].detail, colors::secondaryLabel());
@@ -94,7 +89,7 @@ class RadioNode final : public ViewNode {
  private:
   struct Option {
     QWidget* row;
-    QRadioButton* button;
+    RadioBox* button;
     QLabel* detail;
   };
 
@@ -102,10 +97,9 @@ class RadioNode final : public ViewNode {
     auto* row = new QWidget;
     auto* layout = new QHBoxLayout(row);
     layout->setContentsMargins(0, 0, 0, 0);
-    auto* button = new QRadioButton;
+    auto* button = new RadioBox;
     // Exclusive among all rows, though each stands in a row of its own.
     button->setAutoExclusive(false);
-    colourBox(*button);
     auto* detail = new QLabel;
     detail->setTextFormat(Qt::PlainText);
     layout->addWidget(button);
@@ -114,7 +108,7 @@ class RadioNode final : public ViewNode {
     layout_->addWidget(row);
     const std::size_t index = options_.size();
     options_.push_back({row, button, detail});
-    QObject::connect(button, &QRadioButton::clicked, button, [this, index] {
+    QObject::connect(button, &RadioBox::clicked, button, [this, index] {
       for (std::size_t i = 0; i < options_.size(); ++i) options_[i].button->setChecked(i == index);
       if (index < view().children.size()) send(view().children[index].key);
     });
@@ -168,6 +162,7 @@ class FieldNode final : public ViewNode {
     // Never under the user's hands.
     if (!line()->hasFocus() && line()->text() != text(view.text)) line()->setText(text(view.text));
     applyCommon(*line(), view);
+    if (view.name.empty()) line()->setAccessibleName(line()->placeholderText());
   }
 
  private:

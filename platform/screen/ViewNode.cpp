@@ -7,7 +7,8 @@ namespace kestrelune {
 
 ViewNode::~ViewNode() {
   if (!widget_) return;
-  // The widget may be in the middle of the event that ends it.
+  // The widget may be in the middle of the event that ends it, and says nothing any more to a node that is gone.
+  widget_->blockSignals(true);
   widget_->hide();
   widget_->deleteLater();
 }
@@ -57,6 +58,8 @@ void ViewChildren::update(const std::vector<View>& views, QBoxLayout& layout) {
                      : across ? Qt::AlignVCenter
                               : Qt::Alignment());
     node->widget()->show();
+    // Assistive tools read the children in the order in which their parent has them.
+    node->widget()->raise();
   }
   // Room that is too much stays under the last child.
   if (!anyGrowsDown) layout.addStretch(1);

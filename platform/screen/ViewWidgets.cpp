@@ -8,6 +8,7 @@
 #include "Colors.hpp"
 #include "Drawing.hpp"
 #include "Metrics.hpp"
+#include "Texts.hpp"
 
 namespace kestrelune {
 namespace {
@@ -20,10 +21,7 @@ constexpr int kSpinnerFrame = 80, kSpinnerSpokes = 12;
 }  // namespace
 
 void ElidedLabel::setText(const QString& text, const QColor& color) {
-  text_ = text.left(kMostVisibleCharacters);
-  for (QChar& c : text_) {
-    if (c == u'\n' || c == u'\r' || c == u'\t' || c.isNull()) c = u' ';
-  }
+  text_ = texts::oneLine(text.left(kMostVisibleCharacters).toStdString(), kMostVisibleCharacters);
   color_ = color;
   setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
   updateGeometry();
@@ -60,7 +58,7 @@ void CardWidget::paintEvent(QPaintEvent*) {
   if (ground_ == Ground::none && !lit) return;
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
-  painter.setPen(pressable_ && hasFocus() ? QPen(colors::accent(), 1.5) : QPen(Qt::NoPen));
+  painter.setPen(pressable_ && hasFocus() ? QPen(colors::tint(View::Tint::accent), 1.6) : QPen(Qt::NoPen));
   painter.setBrush(colors::panel());
   painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), px(7), px(7));
 }

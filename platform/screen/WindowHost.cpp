@@ -3,15 +3,16 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QKeyEvent>
-#include <QLineEdit>
-#include <QPlainTextEdit>
-#include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QVBoxLayout>
+#include <algorithm>
+#include <vector>
 
-#include "Colors.hpp"
 #include "Controls.hpp"
+#include "Drawing.hpp"
+#include "LongList.hpp"
 #include "Metrics.hpp"
 
 namespace kestrelune {
@@ -19,10 +20,32 @@ namespace {
 
 using metrics::px;
 
+/// How long a window must rest before its frame is told.
+constexpr int kFrameRest = 150;
+/// What a window's frame and a panel may take of the display's height.
+constexpr double kFrameRoom = 48;
+
+/// Everything that Tab reaches, in the order in which it is seen.
+void collectStops(QWidget* widget, std::vector<QWidget*>& stops) {
+  if (!widget || widget->isHidden() || !widget->isEnabled()) return;
+  if ((widget->focusPolicy() & Qt::TabFocus) == Qt::TabFocus) stops.push_back(widget);
+  if (const auto* list = qobject_cast<LongList*>(widget)) {
+    for (QWidget* row : list->rowWidgets()) collectStops(row, stops);
+  } else if (const auto* area = qobject_cast<QScrollArea*>(widget)) {
+    collectStops(area->widget(), stops);
+  } else if (const QLayout* layout = widget->layout()) {
+    for (int i = 0; i < layout->count(); ++i) collectStops(layout->itemAt(i)->widget(), stops);
+  }
+}
+
 }  // namespace
 
 WindowHost::WindowHost(const WindowSpec& spec, const View& tree) : QWidget(nullptr, Qt::Window) {
   setAttribute(Qt::WA_QuitOnClose, false);
+  setWindowIcon(drawing::windowIcon());
+  frameTimer_.setSingleShot(true);
+  frameTimer_.setInterval(kFrameRest);
+  connect(&frameTimer_, &QTimer::timeout, this, [this] { tellFrame(); });
   emit_ = [this](const ViewEvent& event) {
     if (onEvent) onEvent(event);
   };
@@ -39,8 +62,8 @@ WindowHost::WindowHost(const WindowSpec& spec, const View& tree) : QWidget(nullp
   setSpec(spec);
   setTree(tree);
   if (!spec.frame) {
-    resize(px(spec.width), std::max(px(spec.height), height()));
     const QRect available = QGuiApplication::primaryScreen()->availableGeometry();
+    if (!scroll_) resize(QSize(px(spec.width), px(spec.height)).boundedTo(available.size()));
     move(available.center() - QPoint(width() / 2, height() / 2));
     return;
   }
@@ -71,13 +94,7 @@ void WindowHost::setTree(const View& tree) {
   if (root_ && root_->canShow(tree)) {
     root_->update(tree);
   } else {
-    root_ = ViewNode::make(tree, emit_);
-    if (scroll_) {
-      scroll_->setWidget(root_->widget());
-    } else {
-      layout()->addWidget(root_->widget());
-    }
-    root_->widget()->show();
+    replaceRoot(tree);
   }
   fit();
   // A redraw that took away what had the focus begins anew, as a window that opens does.
@@ -85,13 +102,32 @@ void WindowHost::setTree(const View& tree) {
   if (!focused || !focused->isVisibleTo(this) || !focused->isEnabled() || focused != before) focusFirst();
 }
 
+void WindowHost::replaceRoot(const View& tree) {
+  root_ = ViewNode::make(tree, emit_);
+  if (scroll_) {
+    // What it showed goes the way of all views.
+    scroll_->takeWidget();
+    scroll_->setWidget(root_->widget());
+  } else {
+    layout()->addWidget(root_->widget());
+  }
+  root_->widget()->show();
+}
+
 /// On what Return would press, else on the first control.
 void WindowHost::focusFirst() {
   if (PushButton* button = primaryButton()) return button->setFocus();
-  for (QWidget* widget : root_->widget()->findChildren<QWidget*>()) {
-    if (!(widget->focusPolicy() & Qt::TabFocus) || !widget->isEnabled() || !widget->isVisibleTo(this)) continue;
-    return widget->setFocus();
+  std::vector<QWidget*> stops;
+  collectStops(root_->widget(), stops);
+  if (!stops.empty()) stops.front()->setFocus();
+}
+
+QAbstractScrollArea* WindowHost::scrollingPart() const {
+  for (auto* area : findChildren<QAbstractScrollArea*>()) {
+    const bool scrolls = qobject_cast<QScrollArea*>(area) || qobject_cast<LongList*>(area);
+    if (scrolls && area->isVisible() && area->verticalScrollBar()->maximum() > 0) return area;
   }
+  return nullptr;
 }
 
 PushButton* WindowHost::primaryButton() const {
@@ -107,11 +143,11 @@ void WindowHost::fit() {
   if (!scroll_) return;
   const int width = px(spec_.width);
   QLayout* content = root_->widget()->layout();
-  content->activate();
-  const int wanted =
-      content->hasHeightForWidth() ? content->totalHeightForWidth(width) : content->totalSizeHint().height();
+  if (content) content->activate();
+  const int wanted = content && content->hasHeightForWidth() ? content->totalHeightForWidth(width)
+                                                             : root_->widget()->sizeHint().height();
   const QScreen* at = screen() ? screen() : QGuiApplication::primaryScreen();
-  const int most = at->availableGeometry().height() - px(48);
+  const int most = at->availableGeometry().height() - px(kFrameRoom);
   setFixedSize(width, std::clamp(wanted, std::min(px(spec_.height), most), most));
 }
 
@@ -125,26 +161,81 @@ void WindowHost::bringForward() {
 
 void WindowHost::closeEvent(QCloseEvent* event) {
   event->accept();
+  if (frameTimer_.isActive()) tellFrame();
   if (onClosed) onClosed();
 }
 
 void WindowHost::keyPressEvent(QKeyEvent* event) {
   if (event->key() == Qt::Key_Escape || event->matches(QKeySequence::Close)) return static_cast<void>(close());
-  if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter) return QWidget::keyPressEvent(event);
-  if (auto* button = qobject_cast<QPushButton*>(QApplication::focusWidget())) return button->animateClick();
-  if (PushButton* button = primaryButton()) button->animateClick();
+  switch (event->key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+      if (auto* button = qobject_cast<QPushButton*>(QApplication::focusWidget())) return button->animateClick();
+      if (PushButton* button = primaryButton()) button->animateClick();
+      return;
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+    case Qt::Key_Home:
+    case Qt::Key_End: return scroll(event->key());
+    default: return QWidget::keyPressEvent(event);
+  }
 }
 
-void WindowHost::resizeEvent(QResizeEvent*) { tellFrame(); }
-void WindowHost::moveEvent(QMoveEvent*) { tellFrame(); }
+/// Keys that no control wants move what can be scrolled.
+void WindowHost::scroll(int key) {
+  QAbstractScrollArea* area = scrollingPart();
+  if (!area) return;
+  const auto action = [&] {
+    switch (key) {
+      case Qt::Key_Up: return QAbstractSlider::SliderSingleStepSub;
+      case Qt::Key_Down: return QAbstractSlider::SliderSingleStepAdd;
+      case Qt::Key_PageUp: return QAbstractSlider::SliderPageStepSub;
+      case Qt::Key_PageDown: return QAbstractSlider::SliderPageStepAdd;
+      case Qt::Key_Home: return QAbstractSlider::SliderToMinimum;
+      default: return QAbstractSlider::SliderToMaximum;
+    }
+  };
+  area->verticalScrollBar()->triggerAction(action());
+}
+
+/// Tab goes by what is seen, whatever came when.
+bool WindowHost::focusNextPrevChild(bool next) {
+  std::vector<QWidget*> stops;
+  collectStops(this, stops);
+  if (stops.empty()) return false;
+  const auto at = std::find(stops.begin(), stops.end(), focusWidget());
+  const auto count = static_cast<std::ptrdiff_t>(stops.size());
+  std::ptrdiff_t index = next ? 0 : count - 1;
+  if (at != stops.end()) index = (at - stops.begin() + (next ? 1 : count - 1)) % count;
+  QWidget* stop = stops[static_cast<std::size_t>(index)];
+  stop->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+  for (QWidget* around = stop->parentWidget(); around; around = around->parentWidget()) {
+    if (auto* area = qobject_cast<QScrollArea*>(around)) area->ensureWidgetVisible(stop);
+    if (auto* list = qobject_cast<LongList*>(around)) list->keepFocusInSight();
+  }
+  return true;
+}
+
+void WindowHost::resizeEvent(QResizeEvent*) { frameTimer_.start(); }
+void WindowHost::moveEvent(QMoveEvent*) { frameTimer_.start(); }
 
 void WindowHost::tellFrame() {
-  if (!isVisible() || isMaximized() || isFullScreen() || !onFrame) return;
+  frameTimer_.stop();
+  if (!isVisible() || isMinimized() || isMaximized() || isFullScreen() || !onFrame) return;
   onFrame({geometry().x(), geometry().y(), geometry().width(), geometry().height()});
 }
 
 bool WindowHost::event(QEvent* event) {
   if (event->type() == QEvent::LayoutRequest) fit();
+  if (event->type() == QEvent::ApplicationPaletteChange && root_) {
+    // Colours are given to the widgets when they are made.
+    const View tree = root_->view();
+    replaceRoot(tree);
+    fit();
+    focusFirst();
+  }
   return QWidget::event(event);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QTimer>
 #include <QWidget>
 #include <functional>
 #include <memory>
@@ -7,6 +8,7 @@
 #include "ViewNode.hpp"
 #include "base/Session.hpp"
 
+class QAbstractScrollArea;
 class QScrollArea;
 
 namespace kestrelune {
@@ -28,7 +30,7 @@ class WindowHost final : public QWidget {
 
   std::function<void(const ViewEvent&)> onEvent;
   std::function<void()> onClosed;
-  std::function<void(const Rect&)> onFrame;
+  std::function<void(const Rect&)> onFrame;  ///< at rest, not for each step of a drag
 
  protected:
   void closeEvent(QCloseEvent* event) override;
@@ -36,9 +38,13 @@ class WindowHost final : public QWidget {
   void resizeEvent(QResizeEvent* event) override;
   void moveEvent(QMoveEvent* event) override;
   bool event(QEvent* event) override;
+  bool focusNextPrevChild(bool next) override;
 
  private:
+  void replaceRoot(const View& tree);
   void fit();
+  void scroll(int key);
+  QAbstractScrollArea* scrollingPart() const;
   void focusFirst();
   PushButton* primaryButton() const;
   void tellFrame();
@@ -46,6 +52,7 @@ class WindowHost final : public QWidget {
   WindowSpec spec_;
   ViewNode::Emit emit_;
   std::unique_ptr<ViewNode> root_;
+  QTimer frameTimer_;
   QScrollArea* scroll_ = nullptr;  ///< where the height follows the content: it may not fit the display
 };
 

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "Accessible.hpp"
-#include "Colors.hpp"
+#include "Appearance.hpp"
 #include "Screen.hpp"
 
 /// The screen of the companion, which starts it with one end of a socket pair: `KestreluneScreen --socket N`.
@@ -21,7 +21,7 @@ int main(int argc, char** argv) {
   QApplication application(argc, argv);
   QApplication::setApplicationName("Kestrelune");
   QApplication::setDesktopFileName("com.kestrelune.menu");
-  kestrelune::colors::followDesktop();
+  const kestrelune::Appearance appearance;
   kestrelune::accessible::install();
   kestrelune::Screen screen(descriptor);
   return QApplication::exec();

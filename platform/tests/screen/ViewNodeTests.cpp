@@ -9,6 +9,7 @@
 #include <QScrollBar>
 #include <QTest>
 
+#include "screen/Colors.hpp"
 #include "screen/Controls.hpp"
 #include "screen/LongList.hpp"
 #include "screen/WindowHost.hpp"
@@ -132,6 +133,37 @@ TEST_F(WindowTest, NothingIsCutOffAtAnySize) {
   }
   const QWidget* end = find("A button at the end");
   EXPECT_EQ(end->mapTo(host.get(), QPoint(end->width(), 0)).x(), host->width() - 20);
+}
+
+TEST_F(WindowTest, TabGoesByWhatIsSeenAndStaysInSight) {
+  View tree{.kind = Kind::stack, .key = "root", .children = {{.kind = Kind::scroll, .key = "page"}}};
+  for (const char* key : {"a", "b", "c"}) tree.children[0].children.push_back(button(key));
+  for (int i = 0; i < 60; ++i) tree.children[0].children.push_back(text("line"));
+  tree.children[0].children.push_back(button("end"));
+  show(tree);
+  std::swap(tree.children[0].children[0], tree.children[0].children[2]);
+  tree.children[0].children.insert(tree.children[0].children.begin() + 1, button("new"));
+  host->setTree(tree);
+  find("c")->setFocus();
+  for (const char* next : {"new", "b", "a", "end", "c"}) {
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    ASSERT_TRUE(find(next)->hasFocus()) << next;
+    EXPECT_FALSE(find(next)->visibleRegion().isEmpty()) << next;
+  }
+  QTest::keyClick(QApplication::focusWidget(), Qt::Key_End);
+  EXPECT_FALSE(find("end")->visibleRegion().isEmpty()) << "keys that no control wants scroll";
+}
+
+TEST_F(WindowTest, ADesktopThatTurnsDarkIsFollowed) {
+  show({.kind = Kind::stack, .key = "root", .children = {text("words"), button("b")}});
+  const auto ink = [this] { return host->findChild<QLabel*>()->palette().color(QPalette::WindowText).lightness(); };
+  const int light = ink();
+  colors::setDark(true);
+  QApplication::processEvents();
+  QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  EXPECT_GT(ink(), light + 100);
+  EXPECT_TRUE(find("b")->hasFocus());
+  colors::setDark(false);
 }
 
 /// A companion that answers what the list asks for.
