@@ -32,8 +32,9 @@ std::string status(Date now, long tasks) {
          R"("connections":[{"family":"claude","state":"connected"}]})";
 }
 
-/// One refresh over an unchanged file, with and without a host that keeps a copy of the menu.
-void refreshUnchanged(benchmark::State& state) {
+/// One refresh, with and without a host that keeps a copy of the menu. Where the file changes, it says another moment
+/// each time and is else the same.
+void refresh(benchmark::State& state, bool changes) {
   FakeClock clock;
   FakeLoop loop(clock);
   FakeSession session(loop);
@@ -41,7 +42,9 @@ void refreshUnchanged(benchmark::State& state) {
   FakeDefaults defaults;
   FakeHttp http{loop};
   const TestFolder folder;
-  folder.write("status.json", status(clock.now(), state.range(0)));
+  const std::string texts[] = {status(clock.now(), state.range(0)),
+                               status(Date{clock.now().seconds + 1}, state.range(0))};
+  folder.write("status.json", texts[0]);
   session.statusItem().wantsMenu = state.range(1) != 0;
   MenuController controller({.statusURL = folder.url("status.json"),
                              .heartbeatURL = folder.url("menubar.json"),
@@ -56,18 +59,35 @@ void refreshUnchanged(benchmark::State& state) {
                              .bundle = Bundle(folder.url("Kestrelune.app")),
                              .pid = ::getpid(),
                              .output = [](const std::string&) {}});
-  for (auto _ : state) controller.refresh();
+  int round = 0;
+  for (auto _ : state) {
+    if (changes) {
+      state.PauseTiming();
+      folder.write("status.json", texts[++round % 2]);
+      state.ResumeTiming();
+    }
+    controller.refresh();
+  }
 }
+void refreshUnchanged(benchmark::State& state) { refresh(state, false); }
+void refreshChanged(benchmark::State& state) { refresh(state, true); }
 BENCHMARK(refreshUnchanged)
     ->ArgNames({"tasks", "copy"})
     ->ArgsProduct({{10, 500, 25000}, {0, 1}})
     ->Unit(benchmark::kMicrosecond);
+BENCHMARK(refreshChanged)
+    ->ArgNames({"tasks", "copy"})
+    ->ArgsProduct({{10, 500, 25000}, {0, 1}})
+    ->Unit(benchmark::kMicrosecond);
 
-/// The least that reading and understanding that file can cost with the library that reads it.
+/// The least that reading and understanding that changed file can cost with the library that reads it.
 void refreshBare(benchmark::State& state) {
   const TestFolder folder;
-  folder.write("status.json", status(FakeClock().now(), state.range(0)));
+  const std::string text = status(FakeClock().now(), state.range(0));
   for (auto _ : state) {
+    state.PauseTiming();
+    folder.write("status.json", text);
+    state.ResumeTiming();
     benchmark::DoNotOptimize(
         nlohmann::json::parse(readFile(systemFiles(), folder.path("status.json"), 64 << 20).value));
   }

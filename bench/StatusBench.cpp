@@ -30,17 +30,17 @@ std::string statusText(int done) {
   return text + "]}";
 }
 
-class StatusFile {
+class TemporaryFile {
  public:
-  explicit StatusFile(const std::string& text) {
+  explicit TemporaryFile(const std::string& text) {
     std::string name = (std::filesystem::temp_directory_path() / "kestrelune-bench-XXXXXX").string();
     ::close(::mkstemp(name.data()));
     path_ = name;
     std::ofstream(path_) << text;
   }
-  ~StatusFile() { std::filesystem::remove(path_); }
-  StatusFile(const StatusFile&) = delete;
-  StatusFile& operator=(const StatusFile&) = delete;
+  ~TemporaryFile() { std::filesystem::remove(path_); }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
   Url url() const { return Url::file(path_); }
 
  private:
@@ -57,7 +57,7 @@ double peakKilobytes() {
 // (--benchmark_filter).
 void readStatus(benchmark::State& state) {
   const std::string text = statusText(static_cast<int>(state.range(0)));
-  const StatusFile file(text);
+  const TemporaryFile file(text);
   for (auto _ : state) {
     benchmark::DoNotOptimize(StatusReader::read(systemFiles(), file.url(), kNow, {}, kAlive));
   }
@@ -69,7 +69,7 @@ BENCHMARK(readStatus)->Arg(25)->Arg(1000)->Arg(70000)->Unit(benchmark::kMicrosec
 
 /// The least that reading and understanding that file can cost with the library that reads it.
 void readAndParseBare(benchmark::State& state) {
-  const StatusFile file(statusText(static_cast<int>(state.range(0))));
+  const TemporaryFile file(statusText(static_cast<int>(state.range(0))));
   for (auto _ : state) {
     benchmark::DoNotOptimize(nlohmann::json::parse(readFile(systemFiles(), file.url().path(), 64 << 20).value));
   }

@@ -24,10 +24,11 @@ std::string_view value(const Environment& environment, const std::string& name) 
   return found == environment.end() ? std::string_view() : std::string_view(found->second);
 }
 
-/// The locale of messages: the first variable that is set and not empty.
-std::string_view messageLocale(const Environment& environment) {
+/// The locale of messages: the first variable that is set and not empty. `valueOf` gives a variable's value by name.
+template <class ValueOf>
+std::string_view messageLocale(const ValueOf& valueOf) {
   for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"})
-    if (const std::string_view locale = value(environment, name); !locale.empty()) return locale;
+    if (const std::string_view locale = valueOf(name); !locale.empty()) return locale;
   return "C";
 }
 
@@ -40,6 +41,24 @@ std::string languageTag(std::string_view locale) {
   std::string tag = bareLocale(locale);
   std::replace(tag.begin(), tag.end(), '_', '-');
   return tag;
+}
+
+template <class ValueOf>
+std::vector<std::string> languagesBy(const ValueOf& valueOf) {
+  const std::string_view locale = messageLocale(valueOf);
+  if (isC(bareLocale(locale))) return {};
+
+  std::string_view rest = valueOf("LANGUAGE");
+  if (rest.empty()) return {languageTag(locale)};
+  std::vector<std::string> languages;
+  while (!rest.empty()) {
+    const std::string_view entry = rest.substr(0, rest.find(':'));
+    rest.remove_prefix(std::min(rest.size(), entry.size() + 1));
+    // Untranslated text was asked for before anything that follows.
+    if (isC(entry)) break;
+    if (std::string tag = languageTag(entry); !tag.empty() && !isC(tag)) languages.push_back(std::move(tag));
+  }
+  return languages;
 }
 
 void print(int descriptor, const std::string& line) {
@@ -83,31 +102,18 @@ pid_t processId() { return getpid(); }
 
 std::vector<std::string> preferredLanguages() {
   // Asked for each text: the whole environment would be copied as often.
-  Environment relevant;
-  for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"})
-    if (const char* value = std::getenv(name)) relevant[name] = value;
-  return preferredLanguages(relevant);
+  return languagesBy([](const char* name) {
+    const char* value = std::getenv(name);
+    return std::string_view(value ? value : "");
+  });
 }
 
 std::vector<std::string> preferredLanguages(const Environment& environment) {
-  const std::string_view locale = messageLocale(environment);
-  if (isC(bareLocale(locale))) return {};
-
-  std::string_view rest = value(environment, "LANGUAGE");
-  if (rest.empty()) return {languageTag(locale)};
-  std::vector<std::string> languages;
-  while (!rest.empty()) {
-    const std::string_view entry = rest.substr(0, rest.find(':'));
-    rest.remove_prefix(std::min(rest.size(), entry.size() + 1));
-    // Untranslated text was asked for before anything that follows.
-    if (isC(entry)) break;
-    if (std::string tag = languageTag(entry); !tag.empty() && !isC(tag)) languages.push_back(std::move(tag));
-  }
-  return languages;
+  return languagesBy([&](const char* name) { return value(environment, name); });
 }
 
 std::string localeIdentifier(const Environment& environment) {
-  std::string identifier = bareLocale(messageLocale(environment));
+  std::string identifier = bareLocale(messageLocale([&](const char* name) { return value(environment, name); }));
   return identifier.empty() || isC(identifier) ? "en_US" : identifier;
 }
 

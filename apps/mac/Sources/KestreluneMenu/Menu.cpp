@@ -28,7 +28,8 @@ MenuController::MenuController(Configuration configuration, Outside outside)
       problems_(configuration_, outside_, actions_, notifications_),
       updater_(configuration_, outside_.files, outside_.clock, outside_.execute, outside_.output),
       appUpdater_(configuration_, outside_, notifications_),
-      settled_(outside_.defaults) {
+      settled_(outside_.defaults),
+      statusFile_(outside_.files, configuration_.statusURL) {
   wire();
   item().setEvents({.menuWillOpen = lifetime_.guarded([this] { menuWillOpen(); }),
                     .chosen = lifetime_.guarded([this](const MenuChoice& choice) { chosen(choice); }),
@@ -48,7 +49,11 @@ void MenuController::refresh() {
 
 void MenuController::readStatus() {
   const Date now = outside_.clock.now();
-  snapshot_ = StatusReader::read(outside_.files, configuration_.statusURL, now, settled_.marks());
+  Snapshot snapshot = statusFile_.read(now, settled_.marks());
+  if (snapshot != snapshot_) {
+    snapshot_ = std::move(snapshot);
+    offered_.reset();
+  }
   for (const Notice& notice : tracker_.update(snapshot_, now)) notifications_.send(notice);
   showLook(now);
   updateWindow();
@@ -82,11 +87,17 @@ void MenuController::refreshAll() {
 /// A host that shows its own copy must find it composed; our own menu is composed when it opens.
 void MenuController::offerMenuWhileClosed() {
   if (!item().wantsMenuWhileClosed() || item().menuIsOpen()) return;
+  MenuBasis basis = menuBasis();
+  if (offered_ == basis) return;
+  offered_ = std::move(basis);
   MenuTree menu = compose();
   if (menu != menu_) setMenu(std::move(menu));
 }
 
-void MenuController::buildMenu() { setMenu(compose()); }
+void MenuController::buildMenu() {
+  offered_.reset();
+  setMenu(compose());
+}
 
 void MenuController::setMenu(MenuTree menu) {
   menu_ = std::move(menu);

@@ -20,6 +20,7 @@
 #include "Setup.hpp"
 #include "SetupWindow.hpp"
 #include "StatusReader.hpp"
+#include "StringsTable.hpp"
 #include "Update.hpp"
 #include "Window.hpp"
 #include "base/Lifetime.hpp"
@@ -79,9 +80,19 @@ class MenuController {
   void readStatus();
   void refreshAll();
   void showLook(Date now);
+  /// What a menu says beside the snapshot; of the time only the minute, which is as exactly as a menu tells it.
+  struct MenuBasis {
+    MenuPlan::Context context;
+    double minute = 0;
+    bool settingUp = false, busy = false;
+    Language language{};
+
+    bool operator==(const MenuBasis&) const = default;
+  };
   MenuTree compose() const;
   void offerMenuWhileClosed();
   void setMenu(MenuTree menu);
+  MenuBasis menuBasis() const;
   MenuPlan::Context context() const;
   /// What is said about a running update of the AI applications.
   std::optional<std::string> updateLine() const;
@@ -103,8 +114,10 @@ class MenuController {
   AppSelfUpdater appUpdater_;
   SettleStore settled_;
   NoticeTracker tracker_;
+  StatusFile statusFile_;
   Snapshot snapshot_;
   MenuTree menu_;                                       ///< as last handed to the item
+  std::optional<MenuBasis> offered_;                    ///< what the menu of that item says beside the snapshot
   std::unique_ptr<MainWindowController> mainWindow_;    ///< made on first use, then kept
   std::unique_ptr<SetupWindowController> setupWindow_;  ///< there while it is open
   std::vector<Timer> timers_;

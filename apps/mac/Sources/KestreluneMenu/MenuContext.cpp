@@ -1,3 +1,5 @@
+#include <cmath>
+
 #include "HelperModel.hpp"
 #include "Menu.hpp"
 #include "MenuPlan.hpp"
@@ -19,6 +21,14 @@ MenuPlan::Context MenuController::context() const {
   context.sharedTools = ShareTools::state(outside_.files, folder);
   context.smallModel = HelperModel::isEnabled(outside_.files, folder);
   return context;
+}
+
+MenuController::MenuBasis MenuController::menuBasis() const {
+  return {.context = context(),
+          .minute = std::floor(outside_.clock.now().seconds / 60),
+          .settingUp = settingUp(),
+          .busy = setup_.busy(),
+          .language = currentLanguage()};
 }
 
 std::optional<std::string> MenuController::updateLine() const {

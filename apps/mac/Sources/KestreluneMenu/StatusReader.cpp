@@ -10,6 +10,8 @@ namespace {
 
 constexpr std::int64_t kSupportedSchema = 1;
 constexpr double kFreshSeconds = 120;
+/// Longer texts change with nearly every look, and would double the memory they take.
+constexpr std::size_t kMostKept = 256 << 10;
 
 bool appNeedsUser(const HostApp& app) {
   return app.state == "signed_out" || app.state == "usage_limited" || app.state == "model_unavailable" ||
@@ -56,6 +58,21 @@ Snapshot withoutStatus(StatusIssue issue) {
   Snapshot snapshot;
   snapshot.issue = issue;
   return snapshot;
+}
+
+StatusIssue issueOf(int error) {
+  return error == ENOENT || error == ENOTDIR ? StatusIssue::missing : StatusIssue::unreadable;
+}
+
+/// Absent when the text can't be decoded.
+std::optional<HelperStatus> understood(const std::string& text) {
+  try {
+    HelperStatus status;
+    decodeJson(Json::parse(text), status);
+    return status;
+  } catch (const JsonError&) {
+    return std::nullopt;
+  }
 }
 
 }  // namespace
@@ -139,15 +156,24 @@ Snapshot StatusReader::read(Files& files, const Url& url, Date now, const Settle
 
 Snapshot StatusReader::read(Files& files, const Url& url, Date now, const SettleMarks& marks, const Alive& alive) {
   const Outcome<std::string> bytes = readFile(files, url.path(), kMostBytes);
-  if (bytes.error == ENOENT || bytes.error == ENOTDIR) return withoutStatus(StatusIssue::missing);
-  if (!bytes) return withoutStatus(StatusIssue::unreadable);
-  HelperStatus status;
-  try {
-    decodeJson(Json::parse(bytes.value), status);
-  } catch (const JsonError&) {
-    return withoutStatus(StatusIssue::unreadable);
+  if (!bytes) return withoutStatus(issueOf(bytes.error));
+  std::optional<HelperStatus> status = understood(bytes.value);
+  if (!status) return withoutStatus(StatusIssue::unreadable);
+  return evaluate(std::move(*status), now, alive, marks);
+}
+
+Snapshot StatusFile::read(Date now, const SettleMarks& marks) {
+  Outcome<std::string> bytes = readFile(files_, url_.path(), StatusReader::kMostBytes);
+  if (!bytes) return withoutStatus(issueOf(bytes.error));
+  if (text_ != bytes.value) {
+    status_ = understood(bytes.value);
+    text_.reset();
+    if (bytes.value.size() <= kMostKept) text_ = std::move(bytes.value);
   }
-  return evaluate(std::move(status), now, alive, marks);
+  if (!status_) return withoutStatus(StatusIssue::unreadable);
+  HelperStatus status = text_ ? *status_ : std::move(*status_);
+  return StatusReader::evaluate(
+      std::move(status), now, [this](std::int32_t pid) { return isAlive(files_, pid); }, marks);
 }
 
 Snapshot StatusReader::evaluate(HelperStatus status, Date now, const Alive& alive, const SettleMarks& marks) {

@@ -101,4 +101,20 @@ Snapshot judge(HelperStatus status, Date now, const Alive& alive);
 
 }  // namespace StatusReader
 
+/// The status file as it is looked at again and again. Between two looks it has mostly not changed, and the same bytes
+/// aren't understood twice.
+class StatusFile {
+ public:
+  StatusFile(Files& files, Url url) : files_(files), url_(std::move(url)) {}
+
+  /// What `StatusReader::read` gives.
+  Snapshot read(Date now, const SettleMarks& marks);
+
+ private:
+  Files& files_;
+  const Url url_;
+  std::optional<std::string> text_;     ///< of the last look, unless it was too long to be kept
+  std::optional<HelperStatus> status_;  ///< what that text says; absent: it can't be understood
+};
+
 }  // namespace kestrelune
