@@ -140,7 +140,7 @@ class Stage:
         self.build, self.stack = pathlib.Path(build).resolve(), contextlib.ExitStack()
         self.scratch = pathlib.Path(self.stack.enter_context(tempfile.TemporaryDirectory(prefix="kestrelune-rehearsal-")))
         self.keys, self.home = self.build / "rehearsal/keys", self.scratch / "home"
-        self.installed = self.home / "Applications" / release.APP
+        self.installed = self.home / "Applications (C++) [new]" / release.APP
         self.root = self.home / ".kestrelune"
         self.folder = self.root / "app-update"
         self.environment = {

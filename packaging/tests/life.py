@@ -6,6 +6,7 @@ Real programs, really signed, a real service, the real script. Where the machine
 import json
 import os
 import pathlib
+import shutil
 import signal
 import subprocess
 import sys
@@ -18,6 +19,7 @@ import release  # noqa: E402
 from rehearsal import ELSEWHERE, MANIFEST_PATH, Stage, Watch, enter, wait_for  # noqa: E402
 
 KEPT = {"state.json", "watchdog.sh", "open", "move", "lock"}  # what may lie in the folder of updates for ever
+TOOLS = pathlib.Path(sys.argv[1]).resolve() / release.APP / "Contents/Helpers"
 HANGS = "trap '' TERM\nwhile :; do sleep 1; done"
 
 
@@ -121,6 +123,49 @@ def is_killed(stage, good):
     rolls_back(stage, good, good[42], meddle)
 
 
+def put_script(path, text):
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_text(f"#!/bin/sh\n{text}\n")
+    path.chmod(0o755)
+
+
+def put_app(app, build):
+    """An application that tells its number, and has the tool that puts it back."""
+    put_script(app / "Contents/MacOS/KestreluneMenu", f"echo {build}")
+    put_script(app / "Contents/Helpers/move", f'exec "{TOOLS}/move" "$@"')
+
+
+def script_stopped_at_each_command(stage, good):
+    stage.install(good[41])
+    stage.service.publish(good[42])
+    stage.start()
+    wait_for("the script", lambda: "watchdog.sh" in stage.files())
+    script = (stage.folder / "watchdog.sh").read_text()
+    stage.clear()
+    app, backup, trap = stage.home / "(C++)" / release.APP, stage.folder / "previous-41.app", stage.scratch / "trap"
+    # What is there when it comes to its end: build, backup, mark.
+    for way, ends in {"confirmed": (42, False, False), "rolled back": (41, False, True), "can't move back": (42, True, False)}.items():
+        ended = None
+        for number in range(1, 999):
+            shutil.rmtree(stage.home, ignore_errors=True)
+            put_app(app, 42)
+            put_app(backup, 41)
+            (stage.folder / ("confirmed-42" if way == "confirmed" else "other")).touch()
+            put_script(stage.folder / "open", "")
+            put_script(stage.folder / "move", f'[ "$1 {way}" != "{backup} can\'t move back" ] && exec "{TOOLS}/move" "$@"')
+            # Sleeps take no time, and before its n-th command it is killed.
+            trap.write_text(f"set -T; sleep() {{ :; }}; trap '[ $((++n_th)) -lt {number} ] || kill -KILL $$' DEBUG\n")
+            ended = subprocess.run(["bash", "-c", script, "watchdog.sh", "999999", app, backup, stage.folder, "42"], capture_output=True,
+                                   env={**stage.environment, "BASH_ENV": str(trap)}).returncode
+            found = backup.exists(), (stage.folder / "rolled-back").exists()
+            started = subprocess.run([release.HERE / "launcher", app], env=stage.environment, capture_output=True, text=True)
+            if ended == 0:
+                equal((int(started.stdout), *found), ends, f"{way}, at the end, after {number} commands")
+                break
+            equal(started.stdout in ("41\n", "42\n"), True, f"{way}, killed before command {number}: {started.stderr}")
+        equal(ended == 0 and number > 9, True, f"{way}: it came to its end after {number} commands")
+
+
 def processed(stage, checks=1):
     """The companion asks only when it is done with what it got the time before."""
     asked = stage.service.times(MANIFEST_PATH)
@@ -218,7 +263,7 @@ def attacks(stage, good):
     confirmed(stage, 99)
 
 
-SCENARIOS = [whole_life, across_file_systems, full_disk, crashes, hangs, never_confirms, is_killed, attacks]
+SCENARIOS = [whole_life, script_stopped_at_each_command, across_file_systems, full_disk, crashes, hangs, never_confirms, is_killed, attacks]
 
 
 def main():

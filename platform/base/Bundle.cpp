@@ -3,8 +3,6 @@
 #include <filesystem>
 #include <utility>
 
-#include "base/Files.hpp"
-
 namespace kestrelune {
 namespace {
 
@@ -32,8 +30,10 @@ Bundle Bundle::main() {
   return Bundle(url);
 }
 
-Bundle::Bundle(Url url) : url_(std::move(url)) {
-  const Outcome<std::string> file = readFile(systemFiles(), contents("Info.json").path(), kLargestInfo);
+Bundle::Bundle(Url url) : Bundle(systemFiles(), std::move(url)) {}
+
+Bundle::Bundle(Files& files, Url url) : url_(std::move(url)) {
+  const Outcome<std::string> file = readFile(files, contents("Info.json").path(), kLargestInfo);
   if (!file) return;
   try {
     info_ = Json::parse(file.value);

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/Files.hpp"
 #include "base/Json.hpp"
 #include "base/Url.hpp"
 
@@ -16,6 +17,7 @@ class Bundle {
   /// there are no keys.
   static Bundle main();
   explicit Bundle(Url url);
+  Bundle(Files& files, Url url);
 
   const Url& url() const { return url_; }
   /// A key of `Contents/Info.json`; absent when the key or the file is missing or damaged.

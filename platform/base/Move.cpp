@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <vector>
@@ -60,22 +61,22 @@ Outcome<std::size_t> readFull(Files& files, int descriptor, std::vector<char>& p
   return {filled, 0};
 }
 
-int compareOpen(Files& files, int a, int b) {
-  std::vector<char> one(kPiece), other(kPiece);
+int compareOpen(Files& files, int a, int b, std::size_t piece) {
+  std::vector<char> one(piece), other(piece);
   while (true) {
     const auto left = readFull(files, a, one);
     const auto right = readFull(files, b, other);
     if (!left || !right) return left ? right.error : left.error;
     if (left.value != right.value || std::memcmp(one.data(), other.data(), left.value) != 0) return EIO;
-    if (left.value < kPiece) return 0;
+    if (left.value < piece) return 0;
   }
 }
 
-int compareFiles(Files& files, const std::string& a, const std::string& b) {
+int compareFiles(Files& files, const std::string& a, const std::string& b, std::uint64_t size) {
   const auto left = files.open(a, O_RDONLY, 0);
   if (!left) return left.error;
   const auto right = files.open(b, O_RDONLY, 0);
-  const int error = right ? compareOpen(files, left.value, right.value) : right.error;
+  const int error = right ? compareOpen(files, left.value, right.value, std::min(kPiece, size + 1)) : right.error;
   files.close(left.value);
   if (right) files.close(right.value);
   return error;
@@ -92,7 +93,8 @@ int compareTrees(Files& files, const std::string& a, const std::string& b) {
     return one && one.value == files.readlink(b).value ? 0 : EIO;
   }
   if (left.value.mode != right.value.mode) return EIO;
-  if (left.value.kind == FileInfo::Kind::regular) return compareFiles(files, a, b);
+  if (left.value.kind == FileInfo::Kind::regular)
+    return left.value.size == right.value.size ? compareFiles(files, a, b, left.value.size) : EIO;
   const auto names = files.list(a);
   if (!names || names.value != files.list(b).value) return EIO;
   for (const std::string& name : names.value)

@@ -1,11 +1,14 @@
 #include "base/Text.hpp"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <limits>
-#include <random>
+#include <system_error>
 
 #include "base/ModuleLoader.hpp"
 #include "base/TextEngine.hpp"
@@ -340,9 +343,9 @@ bool isUuid(std::string_view text) {
 }
 
 std::string makeUuid() {
-  std::random_device random;
+  // At once: the standard's device asks the processor for each number, which in a virtual machine takes a while.
   std::array<unsigned char, 16> bytes;
-  for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(random());
+  if (getentropy(bytes.data(), bytes.size()) != 0) throw std::system_error(errno, std::generic_category());
   bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0F) | 0x40);
   bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80);
   std::string result;

@@ -56,6 +56,10 @@ int FakeFiles::step(const std::string& what) {
   return calls_ == failAt_ ? failError_ : 0;
 }
 
+bool FakeFiles::crosses(const std::string& a, const std::string& b) const {
+  return !mount.empty() && a.starts_with(mount + "/") != b.starts_with(mount + "/");
+}
+
 void FakeFiles::failAt(int n, int error) {
   failAt_ = calls_ + n;
   failError_ = error;
@@ -299,6 +303,7 @@ int FakeFiles::access(const std::string& path, int mode) {
 
 int FakeFiles::rename(const std::string& from, const std::string& to) {
   if (const int error = step("rename " + from + " " + to)) return error;
+  if (crosses(from, to)) return EXDEV;
   const Place source = find(from, false);
   const Place target = find(to, false);
   if (!source.node) return source.error;
@@ -316,6 +321,8 @@ int FakeFiles::rename(const std::string& from, const std::string& to) {
 
 int FakeFiles::exchange(const std::string& a, const std::string& b) {
   if (const int error = step("exchange " + a + " " + b)) return error;
+  if (!exchanges) return ENOSYS;
+  if (crosses(a, b)) return EXDEV;
   const Place one = find(a, false);
   const Place other = find(b, false);
   if (!one.node || !other.node) return ENOENT;

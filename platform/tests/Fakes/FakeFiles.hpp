@@ -52,7 +52,9 @@ class FakeFiles final : public Files {
   void cutPower(Cut cut);
 
   std::size_t mostPerWrite = SIZE_MAX;
-  bool copies = true;  ///< `copy` works
+  bool copies = true;     ///< `copy` works
+  bool exchanges = true;  ///< `exchange` works
+  std::string mount;      ///< a folder on another file system
   std::set<pid_t> alive;
 
   Outcome<int> open(const std::string& path, int flags, mode_t mode) override;
@@ -95,6 +97,7 @@ class FakeFiles final : public Files {
   };
 
   int step(const std::string& what);
+  bool crosses(const std::string& a, const std::string& b) const;
   Place find(const std::string& path, bool follow, int depth = 0) const;
   NodePointer make(FileInfo::Kind kind, mode_t mode);
   int add(const std::string& path, const NodePointer& node);

@@ -11,13 +11,10 @@
 
 namespace kestrelune {
 
-/// A folder of its own for one test, removed with it.
+/// A folder of its own for one test, made when it is first asked for, and removed with it.
 class TestFolder {
  public:
-  TestFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "kestrelune-XXXXXX").string();
-    path_ = ::mkdtemp(name.data()) ? name : "";
-  }
+  TestFolder() = default;
   ~TestFolder() {
     std::error_code ignored;
     if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
@@ -25,7 +22,13 @@ class TestFolder {
   TestFolder(const TestFolder&) = delete;
   TestFolder& operator=(const TestFolder&) = delete;
 
-  std::string path(const std::string& name = "") const { return name.empty() ? path_ : path_ + "/" + name; }
+  std::string path(const std::string& name = "") const {
+    if (path_.empty()) {
+      std::string made = (std::filesystem::temp_directory_path() / "kestrelune-XXXXXX").string();
+      path_ = ::mkdtemp(made.data()) ? made : "";
+    }
+    return name.empty() ? path_ : path_ + "/" + name;
+  }
   Url url(const std::string& name = "") const { return Url::file(path(name)); }
 
   void write(const std::string& name, const std::string& content) const {
@@ -44,7 +47,7 @@ class TestFolder {
   }
 
  private:
-  std::string path_;
+  mutable std::string path_;
 };
 
 }  // namespace kestrelune

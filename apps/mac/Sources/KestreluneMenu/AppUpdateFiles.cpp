@@ -48,8 +48,9 @@ AppUpdateFiles::Claim::~Claim() { files_.close(descriptor_); }
 std::unique_ptr<AppUpdateFiles::Claim> AppUpdateFiles::claim() const {
   const auto lock = openForAppending(files_, directory_.appending("lock").path(), 0600);
   if (!lock) return nullptr;
-  auto claim = std::make_unique<Claim>(files_, lock.value);
-  return files_.lock(lock.value) == 0 ? std::move(claim) : nullptr;
+  if (files_.lock(lock.value) == 0) return std::make_unique<Claim>(files_, lock.value);
+  files_.close(lock.value);
+  return nullptr;
 }
 
 AppUpdateState AppUpdateFiles::read() const {

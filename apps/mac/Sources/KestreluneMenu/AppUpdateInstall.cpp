@@ -19,7 +19,7 @@ void require(int error) {
 }  // namespace
 
 void AppSelfUpdater::verify(const AppRelease& release, const Url& app) {
-  const auto candidate = InstalledApp::from(Bundle(app));
+  const auto candidate = InstalledApp::from(Bundle(outside_.files, app));
   if (!installed_ || !requirement_ || !candidate || candidate->bundleIdentifier != installed_->bundleIdentifier ||
       candidate->build != release.build || candidate->version != release.version) {
     return refuse(release);
@@ -61,6 +61,8 @@ void AppSelfUpdater::install() {
   state.pending.reset();
   const AppUpdateState before = state;
   removeTree(outside_.files, backup.path());
+  // One of an earlier attempt would be taken for this one's.
+  outside_.files.unlink(files_.confirmationURL(staged.release.build).path());
   try {
     placeWatchdog();
     state.pending = {installed_->build, staged.release.build, outside_.clock.now().seconds};

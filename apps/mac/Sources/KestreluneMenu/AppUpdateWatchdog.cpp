@@ -33,16 +33,21 @@ while [ "$n" -lt )" +
   n=$((n + 1))
 done
 
-/usr/bin/pkill -f "$app/Contents/MacOS/KestreluneMenu"
+# What a path may hold that means something in a pattern, stands for itself.
+program=$(printf '%s\n' "$app/Contents/MacOS/KestreluneMenu" | sed 's/[][\\.*^$+?(){}|]/\\&/g')
+/usr/bin/pkill -f "$program"
 sleep 1
 # One that hangs takes no notice of a request.
-/usr/bin/pkill -KILL -f "$app/Contents/MacOS/KestreluneMenu"
+/usr/bin/pkill -KILL -f "$program"
 failed="$dir/failed-$build.app"
 /bin/rm -rf "$failed"
 if [ -d "$backup" ] && "$dir/move" "$app" "$failed"; then
-  "$dir/move" "$backup" "$app"
-  echo "$build" > "$dir/rolled-back"
-  /bin/rm -rf "$failed"
+  if "$dir/move" "$backup" "$app"; then
+    echo "$build" > "$dir/rolled-back"
+    /bin/rm -rf "$failed"
+  else
+    "$dir/move" "$failed" "$app"
+  fi
 fi
 "$dir/open" -n "$app"
 )";

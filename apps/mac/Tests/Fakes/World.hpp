@@ -32,7 +32,7 @@ struct World {
   Outside outside() {
     return {.loop = loop,
             .clock = clock,
-            .files = systemFiles(),
+            .files = *files,
             .tasks = tasks,
             .session = session,
             .defaults = defaults,
@@ -56,6 +56,7 @@ struct World {
   FakeDefaults defaults;
   FakeHttp http{loop};
   std::vector<std::string> lines;
+  Files* files = &systemFiles();
 };
 
 }  // namespace kestrelune
