@@ -139,8 +139,8 @@ class Stage:
     def __init__(self, build):
         self.build, self.stack = pathlib.Path(build).resolve(), contextlib.ExitStack()
         self.scratch = pathlib.Path(self.stack.enter_context(tempfile.TemporaryDirectory(prefix="kestrelune-rehearsal-")))
-        self.keys, self.home = self.build / "rehearsal/keys", self.scratch / "home"
-        self.installed = self.home / "Applications (C++) [new]" / release.APP
+        self.keys, self.home = self.build / "rehearsal/keys", self.scratch / "home (C++) [new]"
+        self.installed = self.home / "Applications" / release.APP
         self.root = self.home / ".kestrelune"
         self.folder = self.root / "app-update"
         self.environment = {

@@ -130,9 +130,11 @@ def put_script(path, text):
 
 
 def put_app(app, build):
-    """An application that tells its number, and has the tool that puts it back."""
+    """One that tells its number, and has what makes a whole one."""
     put_script(app / "Contents/MacOS/KestreluneMenu", f"echo {build}")
-    put_script(app / "Contents/Helpers/move", f'exec "{TOOLS}/move" "$@"')
+    for part in ("Info.json", "Helpers/KestreluneScreen", "Helpers/KestreluneLeash", "Helpers/open", "Helpers/move",
+                 "Frameworks/libKestreluneText.so", "Frameworks/libKestreluneCrypto.so", "Resources/helper/kestrelune-runner.mjs"):
+        put_script(app / "Contents" / part, "")
 
 
 def script_stopped_at_each_command(stage, good):
@@ -142,7 +144,7 @@ def script_stopped_at_each_command(stage, good):
     wait_for("the script", lambda: "watchdog.sh" in stage.files())
     script = (stage.folder / "watchdog.sh").read_text()
     stage.clear()
-    app, backup, trap = stage.home / "(C++)" / release.APP, stage.folder / "previous-41.app", stage.scratch / "trap"
+    app, backup, trap = stage.installed, stage.folder / "previous-41.app", stage.scratch / "trap"
     # What is there when it comes to its end: build, backup, mark.
     for way, ends in {"confirmed": (42, False, False), "rolled back": (41, False, True), "can't move back": (42, True, False)}.items():
         ended = None
@@ -158,7 +160,7 @@ def script_stopped_at_each_command(stage, good):
             ended = subprocess.run(["bash", "-c", script, "watchdog.sh", "999999", app, backup, stage.folder, "42"], capture_output=True,
                                    env={**stage.environment, "BASH_ENV": str(trap)}).returncode
             found = backup.exists(), (stage.folder / "rolled-back").exists()
-            started = subprocess.run([release.HERE / "launcher", app], env=stage.environment, capture_output=True, text=True)
+            started = subprocess.run([release.HERE / "launcher"], env=stage.environment, capture_output=True, text=True)
             if ended == 0:
                 equal((int(started.stdout), *found), ends, f"{way}, at the end, after {number} commands")
                 break

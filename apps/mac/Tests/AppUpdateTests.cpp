@@ -397,7 +397,8 @@ TEST_F(AppUpdateTest, ReportsInAndConfirmsAfterTenSeconds) {
     world.clock.set({now});
     writeState(row.before);
     if (!row.rolledBack.empty()) world.folder.write("root/app-update/rolled-back", row.rolledBack);
-    world.folder.write("root/app-update/staged-41/x", "");
+    for (const char* left : {"staged-41/x", "previous-40.app/x"})
+      world.folder.write(std::string("root/app-update/") + left, "");
     make();
     EXPECT_EQ(state(), row.after) << row.name;
     EXPECT_FALSE(world.folder.has("root/app-update/rolled-back")) << row.name;
@@ -406,6 +407,9 @@ TEST_F(AppUpdateTest, ReportsInAndConfirmsAfterTenSeconds) {
     world.loop.pass(0.1);
     EXPECT_EQ(world.folder.has("root/app-update/confirmed-41"), row.confirms) << row.name;
     EXPECT_NE(world.folder.has("root/app-update/staged-41"), row.confirms) << row.name;
+    EXPECT_TRUE(world.folder.has("root/app-update/previous-40.app")) << row.name << ": the script's";
+    world.loop.pass(60);
+    EXPECT_NE(world.folder.has("root/app-update/previous-40.app"), row.confirms) << row.name << ": the script is gone";
   }
   std::filesystem::remove_all(world.folder.path("root/app-update"));
   make(true);

@@ -9,6 +9,7 @@ namespace kestrelune {
 namespace {
 
 constexpr double kPendingSeconds = 600;
+constexpr double kScriptSeconds = 60;  ///< far more than the script needs to see a confirmation
 
 }  // namespace
 
@@ -66,6 +67,10 @@ void AppSelfUpdater::confirm() {
   } catch (const RuntimeError&) {
   }
   files_.clean(std::nullopt);
+  confirmation_ = outside_.loop.after(kScriptSeconds, [this] {
+    // The script takes the mark and the build before at once; one that was killed takes neither.
+    if (outside_.files.info(files_.confirmationURL(installed_->build).path())) files_.removeBackups();
+  });
 }
 
 /// All gates but the last, which reads the whole application.

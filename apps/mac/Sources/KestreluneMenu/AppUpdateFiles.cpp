@@ -119,6 +119,11 @@ void AppUpdateFiles::clean(std::optional<std::int64_t> keeping) const {
   }
 }
 
+void AppUpdateFiles::removeBackups() const {
+  for (const std::string& name : files_.list(directory_.path()).value)
+    if (name.starts_with("previous-")) removeTree(files_, directory_.appending(name).path());
+}
+
 std::optional<Url> AppUpdateFiles::singleApp(const Url& folder) const {
   auto names = files_.list(folder.path());
   if (!names) return std::nullopt;

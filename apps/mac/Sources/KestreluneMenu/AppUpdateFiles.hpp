@@ -71,6 +71,8 @@ class AppUpdateFiles {
   std::optional<std::int64_t> takeRolledBack() const;
   /// Removes archives, unpacked releases and failed builds, except those of one build. Failures are passed over.
   void clean(std::optional<std::int64_t> keeping) const;
+  /// Removes every build that was put aside. Failures are passed over.
+  void removeBackups() const;
   /// The one application in an unpacked release; absent when there is anything else beside it.
   std::optional<Url> singleApp(const Url& folder) const;
 
