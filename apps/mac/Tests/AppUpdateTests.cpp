@@ -44,7 +44,7 @@ class AppUpdateTest : public testing::Test {
 
   AppSelfUpdater& make(bool dryRun = false, bool runsTests = false) {
     Outside outside = world.outside();
-    outside.bundle = Bundle(world.folder.url("apps/Kestrelune.app"));
+    outside.bundle = Bundle(world.folder.url(place));
     outside.execute = [this](const HelperCommand& command, double timeout, auto completed) {
       calls.push_back({command, timeout, std::move(completed)});
     };
@@ -54,12 +54,7 @@ class AppUpdateTest : public testing::Test {
                                judged.push_back(app.lastComponent() + "|" + requirement);
                                return satisfies(app);
                              }};
-    actions = std::make_unique<ActionRunner>(dryRun, ActionRunner::Reach{.session = world.session,
-                                                                         .tasks = world.tasks,
-                                                                         .bundle = outside.bundle,
-                                                                         .helperCommand = world.folder.url("none"),
-                                                                         .terminate = [] {},
-                                                                         .output = outside.output});
+    actions = std::make_unique<ActionRunner>(dryRun, world.actionReach());
     notifications = std::make_unique<Notifications>(
         dryRun, *actions,
         Notifications::Reach{world.loop, world.session.notifications(), world.defaults, outside.output});
@@ -115,11 +110,6 @@ class AppUpdateTest : public testing::Test {
     toAssess();
     completeCall(0, "source=Notarized Developer ID \n");
   }
-  void toInstall() {
-    toReady();
-    busy = false;
-    world.loop.pass(AppUpdateTimes::kQuietPeriod);
-  }
 
   bool asksForManifest() {
     const std::size_t before = world.http.asked.size();
@@ -135,6 +125,7 @@ class AppUpdateTest : public testing::Test {
   std::optional<std::string> team = kTeam;
   std::function<bool(const Url&)> satisfies = [](const Url&) { return true; };
   bool busy = false;
+  std::string place = "apps/Kestrelune.app";
   std::vector<Call> calls;
   std::vector<std::string> judged;
   std::unique_ptr<ActionRunner> actions;
@@ -397,21 +388,15 @@ TEST_F(AppUpdateTest, ReportsInAndConfirmsAfterTenSeconds) {
 }
 
 TEST_F(AppUpdateTest, WhatCantBeReplacedIsAnnouncedOnceForABuild) {
-  putApp("apps/Kestrelune", kInstalled);  // no ".app"
+  place = "apps/Kestrelune";  // no ".app"
+  putApp(place, kInstalled);
   const auto announced = [&](std::int64_t build) {
-    Outside outside = world.outside();
-    outside.bundle = Bundle(world.folder.url("apps/Kestrelune"));
-    outside.signature = {.runningTeam = [this] { return team; },
-                         .satisfies = [](const Url&, const auto&) { return true; }};
-    updater = std::make_unique<AppSelfUpdater>(world.configuration(), outside, *notifications, false);
-    updater->start();
-    world.loop.turn();
+    make();
     passToCheck();
     answerManifest(manifest(build));
     EXPECT_EQ(updater->phase(), Phase::idle);
     return center().delivered.size();
   };
-  make();
   EXPECT_EQ(announced(42), 1u);
   EXPECT_EQ(center().delivered[0].body,
             "Version 2.1 is ready. Download it and replace the app in your Applications folder.");

@@ -19,13 +19,7 @@ class SetupWindowTest : public testing::Test {
     setup = std::make_unique<SetupController>(
         configuration, payload, world.outside(),
         SetupController::Reach{.execute = [this](auto&, double, auto completed) { install = completed; }});
-    actions = std::make_unique<ActionRunner>(
-        dryRun, ActionRunner::Reach{.session = world.session,
-                                    .tasks = world.tasks,
-                                    .bundle = Bundle(Url::file("/app")),
-                                    .helperCommand = world.folder.url("root/bin/kestrelune"),
-                                    .terminate = [this] { terminated = true; },
-                                    .output = [this](const std::string& line) { world.lines.push_back(line); }});
+    actions = std::make_unique<ActionRunner>(dryRun, world.actionReach(world.folder.url("root/bin/kestrelune")));
     window = std::make_unique<SetupWindowController>(configuration, world.outside(), *setup, *actions, step,
                                                      [this] { closed = true; });
     window->present();
@@ -47,7 +41,7 @@ class SetupWindowTest : public testing::Test {
   std::unique_ptr<SetupController> setup;
   std::unique_ptr<ActionRunner> actions;
   std::unique_ptr<SetupWindowController> window;
-  bool closed = false, terminated = false;
+  bool closed = false;
 };
 
 TEST_F(SetupWindowTest, MovesOnByItselfOnceAndComesToTheFront) {
@@ -156,7 +150,7 @@ TEST_F(SetupWindowTest, ADownloadMustBeMovedBeforeItInstalls) {
   EXPECT_TRUE(shows("Move Kestrelune to Applications first"));
   EXPECT_FALSE(press(SetupKeys::kSignIn));
   EXPECT_TRUE(press(SetupKeys::kQuit));
-  EXPECT_TRUE(terminated);
+  EXPECT_TRUE(world.terminated);
   world.writeStatus(kReady);
   world.loop.pass(1);
   EXPECT_FALSE(shows("Move Kestrelune")) << "a helper that runs needs no move";

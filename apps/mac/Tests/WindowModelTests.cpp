@@ -21,12 +21,7 @@ class WindowModelTest : public testing::Test {
   }
   void make(bool dryRun) {
     model.reset();
-    actions = std::make_unique<ActionRunner>(
-        dryRun, ActionRunner::Reach{.session = world.session,
-                                    .tasks = world.tasks,
-                                    .bundle = Bundle(Url::file("/app")),
-                                    .helperCommand = world.folder.url("root/bin/kestrelune"),
-                                    .output = [this](const std::string& line) { world.lines.push_back(line); }});
+    actions = std::make_unique<ActionRunner>(dryRun, world.actionReach(world.folder.url("root/bin/kestrelune")));
     model = std::make_unique<WindowModel>(world.configuration(dryRun), world.outside(), *actions);
     model->onChange = [this] { ++changes; };
   }

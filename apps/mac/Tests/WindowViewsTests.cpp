@@ -175,12 +175,7 @@ TEST_F(WindowViewsTest, OnlyThePieceInSightBecomesViews) {
 
 TEST(MainWindowTest, ManyChangesCostOneRedrawAndAGoneControlDoesNothing) {
   World world;
-  ActionRunner actions(false, ActionRunner::Reach{.session = world.session,
-                                                  .tasks = world.tasks,
-                                                  .bundle = Bundle(Url::file("/app")),
-                                                  .helperCommand = Url::file("/h"),
-                                                  .terminate = [] {},
-                                                  .output = [](auto&) {}});
+  ActionRunner actions(false, world.actionReach());
   MainWindowController window(world.configuration(), world.outside(), actions);
   const auto tree = [&] { return world.session.windows().shown.at("main").tree; };
   window.show("task:../x", Snapshot{.signal = Signal::red});

@@ -127,27 +127,6 @@ def closed_output():
         equal(process.wait(10), 0, "exit status")
 
 
-@test("what is chosen in a dry run is told, each kind of it")
-def exercised():
-    with Desktop() as desktop:
-        process = desktop.start([BINARY, "--exercise-actions", "--quit-after", "0.5"], desktop.dry_run())
-        equal(process.ended(), 0, "exit status")
-        lines = [line.removeprefix("DRY_RUN ") for line in process.lines if line.startswith("DRY_RUN ")]
-        host = next(line for line in lines if line.endswith("/workspace")).split("/")[2]
-        true(f"https%3A%2F%2F{host}%2Fmcp" in lines[0], lines[0])
-        tool = "~/.kestrelune/bin/kestrelune "
-        equal(lines[1:2] + lines[3:], [
-            "open https://chatgpt.com/#settings", "open https://grok.com/connectors", "open antigravity://",
-            f"open https://{host}/workspace", f"open https://{host}/workspace?ai=claude#ais",
-            f"launchctl kickstart -k gui/{os.getuid()}/com.kestrelune.helper", "SMAppService.mainApp toggle registration",
-            tool + "report-problem (asks first)", "quit KestreluneMenu", "open -b com.openai.codex",
-            "Terminal: claude auth login", "Terminal: cursor-agent login", "Terminal: " + tool + "update-app codex", "update-all",
-            tool + "switch off connection grok (requires confirmation)", tool + "switch off app codex (requires confirmation)",
-            tool + "switch read connection claude (requires confirmation)", tool + "workers auto (background)",
-            tool + "workers codex (background)", tool + "small-model off (background)", tool + "auto-delegate on (background)",
-            tool + "profile set|clear 00000000-0000-4000-8000-000000000001 (background)"], "lines")
-
-
 @test("another process's heartbeat is left alone")
 def foreign_heartbeat():
     with Desktop() as desktop:

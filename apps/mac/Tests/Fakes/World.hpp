@@ -14,6 +14,7 @@
 #include "Fakes/Languages.hpp"
 #include "Fakes/TestFolder.hpp"
 #include "Outside.hpp"
+#include "RuntimeActionRunner.hpp"
 #include "base/Files.hpp"
 
 namespace kestrelune {
@@ -41,6 +42,14 @@ struct World {
             .pid = 4711,
             .output = [this](const std::string& line) { lines.push_back(line); }};
   }
+  ActionRunner::Reach actionReach(const Url& helperCommand = Url::file("/none")) {
+    return {.session = session,
+            .tasks = tasks,
+            .bundle = Bundle(Url::file("/app")),
+            .helperCommand = helperCommand,
+            .terminate = [this] { terminated = true; },
+            .output = outside().output};
+  }
   /// A status of this moment, whose helper is this very process.
   void writeStatus(const std::string& members = R"(,"state":"running")", pid_t pid = ::getpid()) const {
     folder.write("runner/status.json", R"({"schemaVersion":1,"pid":)" + std::to_string(pid) + R"(,"updatedAt":")" +
@@ -57,6 +66,7 @@ struct World {
   FakeHttp http{loop};
   std::vector<std::string> lines;
   Files* files = &systemFiles();
+  bool terminated = false;
 };
 
 }  // namespace kestrelune
