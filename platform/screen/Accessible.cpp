@@ -13,10 +13,19 @@
 namespace kestrelune::accessible {
 namespace {
 
-/// A row of a menu: a menu item, or for an attention row a group with its two buttons.
-class RowInterface final : public QAccessibleWidget {
+/// The toolkit takes a tool tip for a description, with its markup.
+class PartInterface : public QAccessibleWidget {
  public:
-  explicit RowInterface(MenuRowView* row) : QAccessibleWidget(row, roleOf(*row), row->accessibleText()) {}
+  using QAccessibleWidget::QAccessibleWidget;
+  QString text(QAccessible::Text kind) const override {
+    return kind == QAccessible::Description ? widget()->accessibleDescription() : QAccessibleWidget::text(kind);
+  }
+};
+
+/// A row of a menu: a menu item, or for an attention row a group with its two buttons.
+class RowInterface final : public PartInterface {
+ public:
+  explicit RowInterface(MenuRowView* row) : PartInterface(row, roleOf(*row), row->accessibleText()) {}
 
   QAccessible::State state() const override {
     QAccessible::State state = QAccessibleWidget::state();
@@ -56,9 +65,9 @@ class RowInterface final : public QAccessibleWidget {
 };
 
 /// A menu: its rows, and the submenu that is open.
-class MenuInterface final : public QAccessibleWidget {
+class MenuInterface final : public PartInterface {
  public:
-  explicit MenuInterface(MenuPopup* menu) : QAccessibleWidget(menu, QAccessible::PopupMenu) {}
+  explicit MenuInterface(MenuPopup* menu) : PartInterface(menu, QAccessible::PopupMenu) {}
   int childCount() const override { return static_cast<int>(parts().size()); }
   QAccessibleInterface* child(int index) const override {
     const auto all = parts();
@@ -101,11 +110,19 @@ class ApplicationInterface final : public QAccessibleApplication {
   }
 };
 
+/// A widget that is read as one thing: what is in it is its own affair.
+class WholeInterface : public PartInterface {
+ public:
+  WholeInterface(QWidget* widget, QAccessible::Role role) : PartInterface(widget, role) {}
+  int childCount() const override { return 0; }
+  QAccessibleInterface* child(int) const override { return nullptr; }
+};
+
 /// A widget that can be pressed as a whole.
-class PressableInterface : public QAccessibleWidget {
+class PressableInterface : public WholeInterface {
  public:
   PressableInterface(QWidget* widget, std::function<void()> press)
-      : QAccessibleWidget(widget, QAccessible::Button), press_(std::move(press)) {}
+      : WholeInterface(widget, QAccessible::Button), press_(std::move(press)) {}
   QStringList actionNames() const override { return {pressAction()}; }
   void doAction(const QString& name) override {
     if (name == pressAction()) press_();
@@ -127,12 +144,15 @@ class RowButtonInterface final : public PressableInterface {
   }
 };
 
-/// A widget that is read as one thing: what is in it is its own affair.
-class WholeInterface final : public QAccessibleWidget {
+/// A symbol without a name says nothing that the words beside it don't say.
+class SymbolInterface final : public PartInterface {
  public:
-  WholeInterface(QWidget* widget, QAccessible::Role role) : QAccessibleWidget(widget, role) {}
-  int childCount() const override { return 0; }
-  QAccessibleInterface* child(int) const override { return nullptr; }
+  explicit SymbolInterface(QWidget* symbol) : PartInterface(symbol, QAccessible::Graphic) {}
+  QAccessible::State state() const override {
+    QAccessible::State state = PartInterface::state();
+    state.invisible = widget()->accessibleName().isEmpty();
+    return state;
+  }
 };
 
 QAccessibleInterface* create(const QString&, QObject* object) {
@@ -149,14 +169,14 @@ QAccessibleInterface* create(const QString&, QObject* object) {
   if (auto* whole = qobject_cast<WholeWidget*>(object)) {
     if (whole->isWhole()) return new WholeInterface(whole, QAccessible::StaticText);
     // What has a name of its own is more than an arrangement.
-    return whole->accessibleName().isEmpty() ? nullptr : new QAccessibleWidget(whole, QAccessible::Grouping);
+    return whole->accessibleName().isEmpty() ? nullptr : new PartInterface(whole, QAccessible::Grouping);
   }
-  if (auto* window = qobject_cast<WindowHost*>(object)) return new QAccessibleWidget(window, QAccessible::Window);
-  if (auto* group = qobject_cast<RadioGroup*>(object)) return new QAccessibleWidget(group, QAccessible::Grouping);
-  if (auto* text = qobject_cast<ElidedLabel*>(object)) return new QAccessibleWidget(text, QAccessible::StaticText);
-  if (auto* symbol = qobject_cast<SymbolWidget*>(object)) return new QAccessibleWidget(symbol, QAccessible::Graphic);
-  if (auto* steps = qobject_cast<StepsWidget*>(object)) return new QAccessibleWidget(steps, QAccessible::StaticText);
-  if (auto* busy = qobject_cast<SpinnerWidget*>(object)) return new QAccessibleWidget(busy, QAccessible::Animation);
+  if (auto* window = qobject_cast<WindowHost*>(object)) return new PartInterface(window, QAccessible::Window);
+  if (auto* group = qobject_cast<RadioGroup*>(object)) return new PartInterface(group, QAccessible::Grouping);
+  if (auto* text = qobject_cast<ElidedLabel*>(object)) return new PartInterface(text, QAccessible::StaticText);
+  if (auto* symbol = qobject_cast<SymbolWidget*>(object)) return new SymbolInterface(symbol);
+  if (auto* steps = qobject_cast<StepsWidget*>(object)) return new PartInterface(steps, QAccessible::Graphic);
+  if (auto* busy = qobject_cast<SpinnerWidget*>(object)) return new PartInterface(busy, QAccessible::Animation);
   return nullptr;
 }
 

@@ -12,7 +12,7 @@ using metrics::px;
 
 constexpr double kSwitchWidth = 36, kSwitchHeight = 20, kIndicator = 16, kGap = 8, kCorner = 4;
 /// Around a box, for the ring that shows the focus.
-constexpr double kRing = 3;
+constexpr double kRing = 2;
 
 QSize boxSize(const QAbstractButton& button) {
   const QSize text = QFontMetrics(button.font()).size(Qt::TextShowMnemonic, button.text());
@@ -22,7 +22,7 @@ QSize boxSize(const QAbstractButton& button) {
 
 void drawFocus(QPainter& painter, const QRectF& box, double corner) {
   const double by = px(kRing) / 2.0;
-  painter.setPen(QPen(colors::tint(View::Tint::accent), px(1.6)));
+  painter.setPen(QPen(colors::tint(View::Tint::accent), px(kRing)));
   painter.setBrush(Qt::NoBrush);
   painter.drawRoundedRect(box.adjusted(-by, -by, by, by), corner + by, corner + by);
 }

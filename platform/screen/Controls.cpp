@@ -11,7 +11,7 @@ namespace {
 using metrics::px;
 using Style = View::ButtonStyle;
 
-constexpr double kRadius = 6, kHeight = 26, kPadding = 12, kPlainPadding = 3;
+constexpr double kRadius = 6, kHeight = 26, kPadding = 12, kPlainPadding = 0;
 constexpr double kTabHeight = 28;
 
 /// A line around what has the focus, inside its bounds.
@@ -68,11 +68,16 @@ void PushButton::paintEvent(QPaintEvent*) {
   }
   if (!isEnabled()) ink = colors::tertiaryLabel();
   QFont font = this->font();
-  font.setUnderline(isPlain() && underMouse());
+  font.setUnderline(isPlain() && underMouse() && !hasFocus());
   painter.setFont(font);
   painter.setPen(ink);
   painter.drawText(rect(), Qt::AlignCenter | Qt::TextSingleLine | Qt::TextHideMnemonic, text());
   if (!hasFocus()) return;
+  if (isPlain()) {
+    // No frame: its text stands in line with what is above and below.
+    const int thick = px(2);
+    return painter.fillRect(QRect(0, (height() + QFontMetrics(font).height()) / 2, width(), thick), ink);
+  }
   const bool onAccent = style_ == Style::primary && isEnabled();
   if (!onAccent) return focusLine(painter, box);
   painter.setPen(QPen(colors::onAccent(), 1.4));

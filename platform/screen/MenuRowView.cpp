@@ -14,7 +14,7 @@ namespace {
 using metrics::px;
 
 // Measures in points.
-constexpr double kMenuWidth = 368, kSideInset = 5, kTextLeft = 14, kCheckedLeft = 27, kTextRight = 332;
+constexpr double kMenuWidth = 368, kSideInset = 5, kTextLeft = 14, kCheckedLeft = 25, kTextRight = 332;
 constexpr double kHeaderLeft = 20, kHeaderWidth = 328, kGap = 10;
 constexpr double kButtonGap = 6, kBeforeButtons = 10, kLeastText = 40;
 constexpr double kTitlePoints = 13, kSmallPoints = 11, kHeadlinePoints = 14, kMessagePoints = 12;
@@ -89,6 +89,7 @@ MenuRowView::MenuRowView(MenuRow row, QWidget* parent)
   setToolTip(
       drawing::plainToolTip(row_.toolTip.empty() && isCut() ? accessibleText() : QString::fromStdString(row_.toolTip)));
   setAccessibleName(accessibleText());
+  setAccessibleDescription(QString::fromStdString(row_.toolTip));
   setMouseTracking(true);
   if (row_.form != MenuRow::Form::attention) return;
   later_ = new MenuRowButton(row_.laterTitle, row_.laterHelp, this);
@@ -101,7 +102,7 @@ MenuRowView::MenuRowView(MenuRow row, QWidget* parent)
 bool MenuRowView::isCut() const {
   if (row_.form != MenuRow::Form::normal && row_.form != MenuRow::Form::pair) return false;
   const QFont font = metrics::font(kTitlePoints);
-  const int width = px(kTextRight - kCheckedLeft),
+  const int width = px(kTextRight - (row_.form == MenuRow::Form::pair ? kTextLeft : kCheckedLeft)),
             details = detail_.isEmpty() ? 0 : textWidth(detail_, font) + px(kGap);
   return textWidth(title_, font) + details > width || textWidth(subtitle_, metrics::font(kSmallPoints)) > width;
 }
@@ -222,7 +223,7 @@ void MenuRowView::paintNormal(QPainter& painter) {
   if (row_.checked == true) {
     painter.setPen(QPen(textColor(), px(1.6), Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.setBrush(Qt::NoBrush);
-    const QPointF middle(px(17), height() / 2.0);
+    const QPointF middle(px(15), height() / 2.0);
     painter.drawPolyline(
         QPolygonF{middle + QPointF(-px(4), 0), middle + QPointF(-px(1), px(3)), middle + QPointF(px(4), -px(4))});
   }

@@ -41,6 +41,7 @@ StripWindow::StripWindow()
 void StripWindow::setLook(const StatusItemLook& look) {
   look_ = look;
   setAccessibleName(QString::fromStdString(look.accessibilityLabel));
+  setAccessibleDescription(QString::fromStdString(look.toolTip));
   setToolTip(drawing::plainToolTip(QString::fromStdString(look.toolTip)));
   place();
   update();

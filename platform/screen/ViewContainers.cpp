@@ -12,6 +12,8 @@ namespace {
 
 using metrics::px;
 
+constexpr double kCardPadding = 4, kCardSide = 8;
+
 /// Row, stack, section, panel and card.
 class ContainerNode final : public ViewNode {
  public:
@@ -27,8 +29,9 @@ class ContainerNode final : public ViewNode {
  protected:
   void apply(const View& view) override {
     const bool card = view.kind == View::Kind::card;
-    const int padding = px(view.padding > 0 ? view.padding : card ? 4 : 0);
-    layout_->setContentsMargins(padding, padding, padding, padding);
+    const int padding = px(view.padding > 0 ? view.padding : card ? kCardPadding : 0);
+    const int side = card && view.padding <= 0 ? px(kCardSide) : padding;
+    layout_->setContentsMargins(side, padding, side, padding);
     layout_->setSpacing(px(view.spacing));
     this->card()->setGround(view.kind == View::Kind::panel ? CardWidget::Ground::panel : CardWidget::Ground::none);
     this->card()->setPressable(view.pressable);

@@ -1,3 +1,4 @@
+#include <QButtonGroup>
 #include <QLabel>
 #include <QLineEdit>
 #include <QTimer>
@@ -60,30 +61,31 @@ class ToggleNode final : public ViewNode {
 
 class RadioNode final : public ViewNode {
  public:
-  explicit RadioNode(const Emit& emit) : ViewNode(new RadioGroup, emit), layout_(new QVBoxLayout(widget())) {
+  explicit RadioNode(const Emit& emit)
+      : ViewNode(new RadioGroup, emit), layout_(new QVBoxLayout(widget())), group_(new QButtonGroup(widget())) {
     layout_->setContentsMargins(0, 0, 0, 0);
+    QObject::connect(group_, &QButtonGroup::idToggled, widget(), [this](int index, bool on) {
+      const auto chosen = static_cast<std::size_t>(index);
+      if (!applying_ && on && chosen < view().children.size()) send(view().children[chosen].key);
+    });
   }
 
  protected:
   void apply(const View& view) override {
+    applying_ = true;
     layout_->setSpacing(px(view.spacing));
     while (options_.size() > view.children.size()) {
+      group_->removeButton(options_.back().button);
       delete options_.back().row;
       options_.pop_back();
     }
     while (options_.size() < view.children.size()) addOption();
-    for (std::size_t i = 0; i < options_.size(); ++i) {
-      const View& child = view.children[i];
-      options_[i].button->setText(caption(child.text));
-      options_[i].button->setFont(metrics::font(13));
-      options_[i].button->setAccessibleDescription(text(child.help));
-      options_[i].button->setChecked(child.on);
-      options_[i].button->setEnabled(child.enabled);
-      options_[i].detail->setText(text(child.detail));
-      options_[i].detail->setFont(metrics::font(12));
-      colour(*options_[i].detail, colors::secondaryLabel());
-    }
+    // An exclusive group never lets go of its last choice.
+    group_->setExclusive(false);
+    for (std::size_t i = 0; i < options_.size(); ++i) show(options_[i], view.children[i]);
+    group_->setExclusive(true);
     applyCommon(*widget(), view);
+    applying_ = false;
   }
 
  private:
@@ -93,29 +95,35 @@ class RadioNode final : public ViewNode {
     QLabel* detail;
   };
 
+  static void show(const Option& option, const View& view) {
+    option.button->setText(caption(view.text));
+    option.button->setFont(metrics::font(13));
+    option.button->setAccessibleDescription(text(view.help));
+    option.button->setEnabled(view.enabled);
+    option.button->setChecked(view.on);
+    option.detail->setText(text(view.detail));
+    option.detail->setFont(metrics::font(12));
+    colour(*option.detail, colors::secondaryLabel());
+  }
+
   void addOption() {
     auto* row = new QWidget;
     auto* layout = new QHBoxLayout(row);
     layout->setContentsMargins(0, 0, 0, 0);
-    auto* button = new RadioBox;
-    // Exclusive among all rows, though each stands in a row of its own.
-    button->setAutoExclusive(false);
-    auto* detail = new QLabel;
-    detail->setTextFormat(Qt::PlainText);
-    layout->addWidget(button);
+    const Option option{row, new RadioBox, new QLabel};
+    option.detail->setTextFormat(Qt::PlainText);
+    layout->addWidget(option.button);
     layout->addStretch();
-    layout->addWidget(detail);
+    layout->addWidget(option.detail);
     layout_->addWidget(row);
-    const std::size_t index = options_.size();
-    options_.push_back({row, button, detail});
-    QObject::connect(button, &RadioBox::clicked, button, [this, index] {
-      for (std::size_t i = 0; i < options_.size(); ++i) options_[i].button->setChecked(i == index);
-      if (index < view().children.size()) send(view().children[index].key);
-    });
+    group_->addButton(option.button, static_cast<int>(options_.size()));
+    options_.push_back(option);
   }
 
   QVBoxLayout* layout_;
+  QButtonGroup* group_;
   std::vector<Option> options_;
+  bool applying_ = false;
 };
 
 class SegmentedNode final : public ViewNode {

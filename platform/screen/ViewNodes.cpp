@@ -25,7 +25,10 @@ class TextLabel final : public QLabel {
 class TextNode final : public ViewNode {
  public:
   explicit TextNode(const Emit& emit) : ViewNode(new TextLabel, emit) {
-    static_cast<QLabel*>(widget())->setTextFormat(Qt::PlainText);
+    auto& label = *static_cast<QLabel*>(widget());
+    label.setTextFormat(Qt::PlainText);
+    // A title in a language that is written from the right stands where its neighbours do.
+    label.setAlignment(Qt::AlignLeft | Qt::AlignAbsolute | Qt::AlignVCenter);
   }
 
  protected:

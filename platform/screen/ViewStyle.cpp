@@ -48,7 +48,7 @@ void applyCommon(QWidget& widget, const View& view) {
   widget.setEnabled(view.enabled);
   widget.setToolTip(drawing::plainToolTip(text(view.toolTip)));
   widget.setAccessibleName(text(view.name.empty() ? view.text : view.name));
-  widget.setAccessibleDescription(text(view.help));
+  widget.setAccessibleDescription(text(view.help.empty() ? view.toolTip : view.help));
   if (view.width > 0) widget.setFixedWidth(px(view.width));
   if (view.height > 0) widget.setFixedHeight(px(view.height));
 }

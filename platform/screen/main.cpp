@@ -6,6 +6,7 @@
 #include "Accessible.hpp"
 #include "Appearance.hpp"
 #include "Screen.hpp"
+#include "Style.hpp"
 
 /// The screen of the companion, which starts it with one end of a socket pair: `KestreluneScreen --socket N`.
 int main(int argc, char** argv) {
@@ -21,6 +22,7 @@ int main(int argc, char** argv) {
   QApplication application(argc, argv);
   QApplication::setApplicationName("Kestrelune");
   QApplication::setDesktopFileName("com.kestrelune.menu");
+  QApplication::setStyle(new kestrelune::Style);
   const kestrelune::Appearance appearance;
   kestrelune::accessible::install();
   kestrelune::Screen screen(descriptor);

@@ -16,6 +16,9 @@ using Key = SetupCopy::Key;
 using Kind = View::Kind;
 using namespace ViewParts;
 
+/// Between an icon and its text; the room of a check box before its title.
+constexpr double kIconGap = 9, kBoxRoom = 26;
+
 std::string copy(Key key) { return SetupCopy::text(key); }
 std::string copy(Key key, const std::string& value) { return SetupCopy::filled(key, {value}); }
 
@@ -29,7 +32,7 @@ View primary(const char* key, const std::string& title) { return button(key, tit
 View statusLine(const std::string& text, bool ok) {
   return {.kind = Kind::row,
           .oneElement = true,
-          .spacing = 6,
+          .spacing = kIconGap,
           .children = {{.kind = Kind::icon,
                         .tint = ok ? View::Tint::green : View::Tint::orange,
                         .icon = ok ? View::Icon::checkCircle : View::Icon::exclamationCircle},
@@ -148,7 +151,7 @@ View appRow(const SetupAppRow& row, std::size_t index) {
   View view{.kind = Kind::row,
             .key = "row/" + row.host + "/" + std::to_string(index),
             .name = row.title + ", " + row.detail,
-            .spacing = 10};
+            .spacing = kIconGap};
   view.children = {appIcon(row.kind), std::move(texts), View{.kind = Kind::spacer}};
   if (const auto title = row.actionTitle()) {
     const std::string key = SetupKeys::kAppRow + std::to_string(index);
@@ -180,7 +183,12 @@ void addSharedTools(const std::optional<SharedToolsState>& state, Children& chil
                    .help = detail.text,
                    .on = tool.on};
     }
-    block.children.push_back(stack({std::move(title), std::move(detail)}, 1));
+    const bool boxed = title.kind == Kind::toggle;
+    View texts = boxed ? std::move(detail) : stack({std::move(title), std::move(detail)}, 1);
+    View line{.kind = Kind::row,
+              .spacing = 0,
+              .children = {{.kind = Kind::spacer, .width = kBoxRoom}, stack({std::move(texts)})}};
+    block.children.push_back(boxed ? stack({std::move(title), std::move(line)}, 1) : std::move(line));
   }
   children.push_back(std::move(block));
 }

@@ -76,7 +76,7 @@ DrawnView Page::draw() {
   page.key = "page:" + state_.place;
   page.padding = 16;
   if (page.kind == View::Kind::longList) {
-    page.padding = 12;
+    page.padding = 8;
     handlers_[page.key] = [](WindowModel& model, const std::string& wanted) { model.setInSight(wanted); };
   }
   View tree{.kind = View::Kind::stack, .key = "main", .padding = 0, .spacing = 0};
@@ -96,7 +96,7 @@ View Page::tasks() {
   };
   // As far from the edge as the text of a row.
   const auto add = [&](View view) {
-    if (inSight()) page.children.push_back(stack({std::move(view)}, 0, 4));
+    if (inSight()) page.children.push_back({.kind = View::Kind::card, .children = {stack({std::move(view)})}});
   };
   const auto addTasks = [&](const std::string& group, const std::vector<const WindowTask*>& tasks) {
     for (const WindowTask* task : tasks) {

@@ -17,7 +17,7 @@ using namespace ViewParts;
 
 View Page::macs() {
   const Snapshot& snapshot = state_.snapshot;
-  View page{.kind = View::Kind::scroll, .spacing = 8};
+  View page{.kind = View::Kind::scroll, .spacing = 10};
   std::string computer = status() ? status()->computer.value_or("") : "";
   if (computer.empty()) computer = "Mac";
 
