@@ -47,7 +47,7 @@ class TestFolder {
   }
 
  private:
-  mutable std::string path_;
+  mutable std::string path_ = "";
 };
 
 }  // namespace kestrelune
