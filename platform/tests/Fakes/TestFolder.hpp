@@ -14,7 +14,7 @@ namespace kestrelune {
 /// A folder of its own for one test, made when it is first asked for, and removed with it.
 class TestFolder {
  public:
-  TestFolder() = default;
+  TestFolder() {}  // not defaulted, so that there may be a constant one
   ~TestFolder() {
     std::error_code ignored;
     if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
@@ -47,7 +47,7 @@ class TestFolder {
   }
 
  private:
-  mutable std::string path_ = "";
+  mutable std::string path_;
 };
 
 }  // namespace kestrelune
