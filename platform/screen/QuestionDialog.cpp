@@ -97,8 +97,9 @@ QuestionDialog::QuestionDialog(const Question& question) : cancelButton_(questio
   texts->setSpacing(px(8));
   const QString title = cut(QString::fromStdString(question.title), kLongestTitle);
   const QString text = cut(QString::fromStdString(question.text), kLongestText);
-  texts->addWidget(plainLabel(title, 14, true, colors::label()));
-  if (!text.isEmpty()) texts->addWidget(inReach(plainLabel(text, 12, false, colors::secondaryLabel())));
+  texts->addWidget(plainLabel(title, 14, true, colors::label()), 0, Qt::AlignLeft);
+  if (!text.isEmpty())
+    texts->addWidget(inReach(plainLabel(text, 12, false, colors::secondaryLabel())), 0, Qt::AlignLeft);
 
   auto* buttons = new QHBoxLayout;
   buttons->setSpacing(px(8));
@@ -126,8 +127,9 @@ QuestionDialog::QuestionDialog(const Question& question) : cancelButton_(questio
   setLayout(all);
   if (question.field) {
     addField(*question.field);
-    texts->addWidget(line_ ? static_cast<QWidget*>(line_) : lines_);
-    (line_ ? static_cast<QWidget*>(line_) : lines_)->setFocus();
+    QWidget* field = line_ ? static_cast<QWidget*>(line_) : lines_;
+    texts->addWidget(field, 0, Qt::AlignLeft);
+    field->setFocus();
   }
   all->addLayout(buttons);
   all->setContentsMargins(px(20), px(18), px(20), px(16));

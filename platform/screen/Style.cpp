@@ -1,6 +1,8 @@
 #include "Style.hpp"
 
+#include <QLineEdit>
 #include <QPainter>
+#include <QPlainTextEdit>
 #include <QStyleOptionSlider>
 
 #include "Colors.hpp"
@@ -12,6 +14,7 @@ namespace {
 using metrics::px;
 
 constexpr double kBarWidth = 12, kThumbWidth = 6, kLeastThumb = 28;
+constexpr double kFocusLine = 2, kFieldCorner = 4;
 
 /// Where the thumb is along the bar, with the full width of the bar across.
 QRect thumbRect(const QStyleOptionSlider& bar) {
@@ -37,6 +40,21 @@ int Style::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWi
   if (metric == PM_ScrollBarExtent) return px(kBarWidth);
   if (metric == PM_ScrollView_ScrollBarSpacing) return 0;
   return QProxyStyle::pixelMetric(metric, option, widget);
+}
+
+void Style::drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                          const QWidget* widget) const {
+  const bool isLine = element == PE_PanelLineEdit && qobject_cast<const QLineEdit*>(widget);
+  const bool isText = element == PE_Frame && qobject_cast<const QPlainTextEdit*>(widget);
+  if (!isLine && !isText) return QProxyStyle::drawPrimitive(element, option, painter, widget);
+  const bool focused = option->state & State_HasFocus;
+  const double line = focused ? px(kFocusLine) : 1, half = line / 2;
+  painter->save();
+  painter->setRenderHint(QPainter::Antialiasing);
+  painter->setPen(QPen(focused ? colors::tint(View::Tint::accent) : colors::mark(), line));
+  painter->setBrush(isLine ? option->palette.brush(QPalette::Base) : QBrush(Qt::NoBrush));
+  painter->drawRoundedRect(QRectF(option->rect).adjusted(half, half, -half, -half), px(kFieldCorner), px(kFieldCorner));
+  painter->restore();
 }
 
 QRect Style::subControlRect(ComplexControl control, const QStyleOptionComplex* option, SubControl part,
