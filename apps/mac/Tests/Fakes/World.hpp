@@ -57,7 +57,7 @@ struct World {
   }
 
   const testing_support::English english;
-  const TestFolder folder;
+  const TestFolder folder{};
   FakeClock clock;
   FakeLoop loop{clock};
   FakeSession session{loop};
