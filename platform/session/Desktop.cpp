@@ -66,7 +66,7 @@ class CurrentDesktop final : public DesktopSession {
         link_(loop, clock_, makeScreenStarter(loop, launcher, screenProgram_, environment_),
               ScreenLink::Display::of(environment_), firstLanguage()),
         statusItem_(loop, bus_, link_, activation_),
-        windows_(loop, clock_, link_, activation_),
+        windows_(loop, clock_, link_, activation_, options.dryRun),
         alert_(loop, link_),
         pasteboard_(loop, link_),
         notifications_(bus_, activation_),

@@ -24,11 +24,13 @@ bool equalButFrame(WindowSpec a, const WindowSpec& b) {
 
 }  // namespace
 
-ScreenWindows::ScreenWindows(RunLoop& loop, const Clock& clock, ScreenPort& port, ActivationToken& activation)
+ScreenWindows::ScreenWindows(RunLoop& loop, const Clock& clock, ScreenPort& port, ActivationToken& activation,
+                             bool dryRun)
     : loop_(loop),
       clock_(clock),
       port_(port),
       activation_(activation),
+      dryRun_(dryRun),
       listening_(port.listen({[this](const Ready&) { started(); }, [this](const Up& message) { received(message); },
                               [this] { lost(); }})) {}
 
@@ -39,8 +41,7 @@ ScreenWindows::Open* ScreenWindows::find(const std::string& id) {
 
 void ScreenWindows::show(const WindowSpec& spec, const View& tree, Events events) {
   if (!port_.hasDisplay()) {
-    // Not among the lines by which a run without a screen is followed.
-    system::printErrorLine(text::filled(session_copy::text(session_copy::Key::noDisplayWindow), {spec.title}));
+    if (!dryRun_) system::printLine(text::filled(session_copy::text(session_copy::Key::noDisplayWindow), {spec.title}));
     loop_.post(lifetime_.guarded([closed = std::move(events.closed)] {
       if (closed) closed();
     }));

@@ -19,9 +19,9 @@ namespace kestrelune {
 /// sent last and one by one, so that the guilty one is known.
 class ScreenWindows final : public Windows {
  public:
-  ScreenWindows(RunLoop& loop, const Clock& clock, ScreenPort& port, ActivationToken& activation);
+  ScreenWindows(RunLoop& loop, const Clock& clock, ScreenPort& port, ActivationToken& activation, bool dryRun = false);
 
-  /// Without a display a line on standard output tells, and `closed` follows.
+  /// Without a display a line on standard output tells, and `closed` follows. A dry run keeps to its own lines.
   void show(const WindowSpec& spec, const View& tree, Events events) override;
   void update(const std::string& id, const View& tree) override;
   void raise(const std::string& id) override;
@@ -53,6 +53,7 @@ class ScreenWindows final : public Windows {
   const Clock& clock_;
   ScreenPort& port_;
   ActivationToken& activation_;
+  const bool dryRun_;
   std::map<std::string, Open> open_;
   std::deque<std::string> heldBack_;  ///< still to be sent, the least suspect first
   Timer next_;

@@ -6,13 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Fakes/FakeDefaults.hpp"
-#include "Fakes/FakeHttp.hpp"
-#include "Fakes/FakeLoop.hpp"
-#include "Fakes/FakeSession.hpp"
-#include "Fakes/FakeTasks.hpp"
-#include "Fakes/Languages.hpp"
-#include "Fakes/TestFolder.hpp"
+#include "Fakes/World.hpp"
 
 namespace kestrelune {
 namespace {
@@ -20,36 +14,12 @@ namespace {
 using Lines = std::vector<std::string>;
 
 /// The program from launch on, over a folder of its own.
-struct Program {
+struct Program : World {
   explicit Program(Lines arguments, bool dryRun = true)
-      : delegate({.statusURL = folder.url("status.json"),
-                  .heartbeatURL = folder.url("menubar.json"),
-                  .dryRun = dryRun,
-                  .helperRoot = folder.url("root"),
-                  .launchAgentURL = folder.url("root/agent.plist")},
-                 {.loop = loop,
-                  .clock = clock,
-                  .files = systemFiles(),
-                  .tasks = tasks,
-                  .session = session,
-                  .defaults = defaults,
-                  .http = http,
-                  .bundle = Bundle(folder.url("Kestrelune.app")),
-                  .pid = 4711,
-                  .output = [this](const std::string& line) { lines.push_back(line); }},
-                 std::move(arguments)) {
+      : delegate(configuration(dryRun), outside(), std::move(arguments)) {
     delegate.applicationDidFinishLaunching();
   }
 
-  const testing_support::English english;
-  const TestFolder folder;
-  FakeClock clock;
-  FakeLoop loop{clock};
-  FakeSession session{loop};
-  FakeTaskLauncher tasks{loop};
-  FakeDefaults defaults;
-  FakeHttp http{loop};
-  Lines lines;
   AppDelegate delegate;
 };
 
@@ -58,12 +28,12 @@ TEST(App, EachEndingSignalClosesTheMenuAndTerminates) {
     SCOPED_TRACE(number);
     Program program({});
     program.session.statusItem().openMenu();
-    EXPECT_TRUE(program.folder.has("menubar.json"));
+    EXPECT_TRUE(program.folder.has("runner/menubar.json"));
     program.loop.raise(number);
     EXPECT_TRUE(program.loop.stopped());
     EXPECT_FALSE(program.session.statusItem().open);
     program.delegate.applicationWillTerminate();
-    EXPECT_FALSE(program.folder.has("menubar.json"));
+    EXPECT_FALSE(program.folder.has("runner/menubar.json"));
   }
 }
 

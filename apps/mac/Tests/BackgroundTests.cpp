@@ -10,9 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "Fakes/FakeLoop.hpp"
-#include "Fakes/FakeTasks.hpp"
-#include "Fakes/TestFolder.hpp"
+#include "Fakes/World.hpp"
 #include "base/System.hpp"
 
 namespace kestrelune {
@@ -21,29 +19,18 @@ namespace {
 TaskEnd exited(int status) { return {TaskEnd::Reason::exited, status, "", ""}; }
 TaskEnd signalled(int number) { return {TaskEnd::Reason::signalled, number, "", ""}; }
 
-struct BackgroundTest : testing::Test {
-  TestFolder folder;
-  FakeClock clock;
-  FakeLoop loop{clock};
-  FakeTaskLauncher tasks{loop};
-  std::vector<std::string> lines;
-  Configuration configuration;
-
+struct BackgroundTest : testing::Test, World {
   void SetUp() override {
-    configuration.helperRoot = folder.url("root");
-    configuration.statusURL = folder.url("root/runner/status.json");
-    folder.write("root/runner/in-app", "");
+    folder.write("runner/in-app", "");
     folder.write("root/helper/kestrelune-runner.mjs", "");
-    folder.write("root/node/node-v1/bin/node", "");
-    systemFiles().chmod(folder.path("root/node/node-v1/bin/node"), 0755);
+    writeProgram("root/node/node-v1/bin/node");
     std::filesystem::create_symlink("node-v1", folder.path("root/node/current"));
   }
-  std::unique_ptr<BackgroundProcess> make(const std::string& leash = "") {
+  std::unique_ptr<BackgroundProcess> make(const std::string& leash = "", bool dryRun = false) {
     return std::make_unique<BackgroundProcess>(
-        configuration, BackgroundProcess::Reach{loop, clock, systemFiles(), tasks,
-                                                [this](const std::string& line) { lines.push_back(line); }, leash});
+        configuration(dryRun), BackgroundProcess::Reach{loop, clock, systemFiles(), tasks, outside().output, leash});
   }
-  void removeMarker() { systemFiles().unlink(folder.path("root/runner/in-app")); }
+  void removeMarker() { systemFiles().unlink(folder.path("runner/in-app")); }
   /// Ends the newest child.
   void end(const TaskEnd& how) {
     tasks.end(tasks.children.size() - 1, how);
@@ -65,8 +52,8 @@ TEST_F(BackgroundTest, StartsTheHelperUnderItsNameWithItsLog) {
   EXPECT_EQ(request.environment->at("HOME"), system::homeFolder().path());
   EXPECT_EQ(request.output, TaskRequest::Stream::file);
   EXPECT_EQ(request.errors, TaskRequest::Stream::file);
-  EXPECT_EQ(systemFiles().info(folder.path("root/runner/logs")).value.mode, 0700u);
-  EXPECT_EQ(systemFiles().info(folder.path("root/runner/logs/helper.log")).value.mode, 0600u);
+  EXPECT_EQ(systemFiles().info(folder.path("runner/logs")).value.mode, 0700u);
+  EXPECT_EQ(systemFiles().info(folder.path("runner/logs/helper.log")).value.mode, 0600u);
 }
 
 TEST_F(BackgroundTest, ALeashComesBetween) {
@@ -81,7 +68,7 @@ TEST_F(BackgroundTest, WithoutWhatItNeedsItStaysQuiet) {
   struct Row {
     const char *name, *missing;
   };
-  for (const Row& row : {Row{"marker", "root/runner/in-app"}, Row{"runtime", "root/node/current"},
+  for (const Row& row : {Row{"marker", "runner/in-app"}, Row{"runtime", "root/node/current"},
                          Row{"runner", "root/helper/kestrelune-runner.mjs"}}) {
     std::filesystem::remove_all(folder.path("root"));
     SetUp();
@@ -95,10 +82,9 @@ TEST_F(BackgroundTest, WithoutWhatItNeedsItStaysQuiet) {
 }
 
 TEST_F(BackgroundTest, ADryRunOnlySaysSo) {
-  configuration.dryRun = true;
-  make()->start();
+  make("", true)->start();
   removeMarker();
-  make()->start();
+  make("", true)->start();
   EXPECT_EQ(lines, (std::vector<std::string>{"DRY_RUN background start"}));
   EXPECT_EQ(started(), 0u);
 }
@@ -187,7 +173,7 @@ TEST_F(BackgroundTest, ALaunchThatFailsIsToldAndTriedAgain) {
 }
 
 TEST_F(BackgroundTest, ALogThatCannotBeOpenedLeavesOurOutput) {
-  std::filesystem::create_directories(folder.path("root/runner/logs/helper.log"));
+  std::filesystem::create_directories(folder.path("runner/logs/helper.log"));
   make()->start();
   EXPECT_EQ(tasks.children[0]->request.output, TaskRequest::Stream::inherit);
 }
@@ -202,31 +188,31 @@ TEST_F(BackgroundTest, AnEndMayOutliveIt) {
 }
 
 TEST_F(BackgroundTest, TheAliasIsALinkToTheRuntime) {
-  Files& files = systemFiles();
+  Files& disk = systemFiles();
   const Url node = folder.url("root/node/current/bin/node");
   const Url alias = folder.url("root/node/node-v1/bin/Kestrelune");
-  const auto inode = [&](const Url& url) { return files.info(url.path()).value.inode; };
-  EXPECT_EQ(BackgroundProcess::executable(node, files), alias);
-  const auto changed = files.info(node.path()).value.changed;
-  EXPECT_EQ(BackgroundProcess::executable(node, files), alias);
-  EXPECT_EQ(files.info(node.path()).value.changed, changed) << "no second link";
+  const auto inode = [&](const Url& url) { return disk.info(url.path()).value.inode; };
+  EXPECT_EQ(BackgroundProcess::executable(node, disk), alias);
+  const auto changed = disk.info(node.path()).value.changed;
+  EXPECT_EQ(BackgroundProcess::executable(node, disk), alias);
+  EXPECT_EQ(disk.info(node.path()).value.changed, changed) << "no second link";
 
-  files.unlink(alias.path());
+  disk.unlink(alias.path());
   folder.write("root/node/node-v1/bin/Kestrelune", "an older runtime");
-  EXPECT_EQ(BackgroundProcess::executable(node, files), alias);
+  EXPECT_EQ(BackgroundProcess::executable(node, disk), alias);
   EXPECT_EQ(inode(alias), inode(node));
 
   for (const char* target : {"node", "nowhere"}) {
-    files.unlink(alias.path());
-    files.symlink(target, alias.path());
-    EXPECT_EQ(BackgroundProcess::executable(node, files), alias) << "a link to " << target;
-    EXPECT_EQ(files.linkInfo(alias.path()).value.inode, inode(node)) << target;
+    disk.unlink(alias.path());
+    disk.symlink(target, alias.path());
+    EXPECT_EQ(BackgroundProcess::executable(node, disk), alias) << "a link to " << target;
+    EXPECT_EQ(disk.linkInfo(alias.path()).value.inode, inode(node)) << target;
   }
 
-  files.unlink(alias.path());
+  disk.unlink(alias.path());
   std::filesystem::create_directories(alias.appending("in the way").path());
-  EXPECT_EQ(BackgroundProcess::executable(node, files), node);
-  EXPECT_EQ(BackgroundProcess::executable(folder.url("missing"), files), folder.url("missing"));
+  EXPECT_EQ(BackgroundProcess::executable(node, disk), node);
+  EXPECT_EQ(BackgroundProcess::executable(folder.url("missing"), disk), folder.url("missing"));
 }
 
 /// A real loop on which seconds are milliseconds.
@@ -252,7 +238,7 @@ class HurriedLoop final : public RunLoop {
 TEST_F(BackgroundTest, TwoHundredRealExitsInARowLeaveNothingBehind) {
   constexpr int kTimes = 200;
   folder.write("root/node/node-v1/bin/node",
-               "#!/bin/sh\necho \"$2\"\nn=$(wc -l <'" + folder.path("root/runner/logs/helper.log") + "')\n[ $n -ge " +
+               "#!/bin/sh\necho \"$2\"\nn=$(wc -l <'" + folder.path("runner/logs/helper.log") + "')\n[ $n -ge " +
                    std::to_string(kTimes) +
                    " ] && exec sleep 60\ncase $((n % 3)) in 0) exit 75;; 1) exit 1;; 2) kill -9 $$;; esac\n");
   const auto descriptors = [] {
@@ -260,14 +246,14 @@ TEST_F(BackgroundTest, TwoHundredRealExitsInARowLeaveNothingBehind) {
     return std::distance(begin(entries), std::filesystem::end(entries));
   };
   const auto logLines = [this] {
-    const std::string log = folder.read("root/runner/logs/helper.log");
+    const std::string log = folder.read("runner/logs/helper.log");
     return std::count(log.begin(), log.end(), '\n');
   };
   HurriedLoop real;
   const auto launcher = makeTaskLauncher(real);
   const SystemClock systemClock;
   const auto before = descriptors();
-  BackgroundProcess process(configuration,
+  BackgroundProcess process(configuration(),
                             {real, systemClock, systemFiles(), *launcher, [](const std::string&) {}, ""});
   process.start();
   Timer check = real.every(20, [&] {

@@ -27,10 +27,6 @@ class MenuTest : public testing::Test, protected World {
   }
   /// A live status of this moment, whose helper is this test.
   void writeStatus(const std::string& members) { World::writeStatus(R"(,"state":"running")" + members); }
-  void writeProgram(const std::string& name) const {
-    folder.write(name, "");
-    systemFiles().chmod(folder.path(name), 0755);
-  }
   long stateLines() const {
     return std::count_if(lines.begin(), lines.end(), [](const auto& line) { return line.starts_with("STATE "); });
   }
@@ -239,6 +235,8 @@ TEST_F(MenuTest, RestartIsForTheHelperInTheApplicationWhereTheMarkerSaysSo) {
   tasks.end(1, {});
   loop.turn();
   EXPECT_EQ(tasks.children.size(), 3u) << "at once, when the old one has ended";
+  controller.performAction("reportProblem");
+  EXPECT_EQ(session.alert().asked.back().title, "Report a problem");
   controller.stop();
   EXPECT_EQ(tasks.children[2]->signals, std::vector<int>{SIGTERM});
 }

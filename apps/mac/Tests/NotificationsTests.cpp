@@ -5,34 +5,18 @@
 #include <string>
 #include <vector>
 
-#include "Fakes/FakeDefaults.hpp"
-#include "Fakes/FakeLoop.hpp"
-#include "Fakes/FakeSession.hpp"
-#include "Fakes/FakeTasks.hpp"
+#include "Fakes/World.hpp"
 
 namespace kestrelune {
 namespace {
 
-class NotificationsTest : public ::testing::Test {
+class NotificationsTest : public testing::Test, protected World {
  protected:
   Notifications make(bool dryRun) {
-    return Notifications(dryRun, actions, {loop, session.notifications(), defaults, [this](const std::string& line) {
-                                             lines.push_back(line);
-                                           }});
+    return Notifications(dryRun, actions, {loop, session.notifications(), defaults, outside().output});
   }
 
-  FakeClock clock;
-  FakeLoop loop{clock};
-  FakeSession session{loop};
-  FakeTaskLauncher tasks{loop};
-  FakeDefaults defaults;
-  std::vector<std::string> lines;
-  ActionRunner actions{false, ActionRunner::Reach{.session = session,
-                                                  .tasks = tasks,
-                                                  .bundle = Bundle(Url::file("/app")),
-                                                  .helperCommand = Url::file("/root/bin/kestrelune"),
-                                                  .terminate = [] {},
-                                                  .output = [](const std::string&) {}}};
+  ActionRunner actions{false, actionReach()};
   const Notice notice{.id = "helper",
                       .title = "Kestrelune",
                       .body = "Kestrelune is not running on this Mac.",

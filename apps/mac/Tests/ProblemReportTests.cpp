@@ -61,14 +61,11 @@ TEST(ProblemPlan, ARecordOfTheLimitCountsAsNone) {
 }
 
 struct ProblemReportTest : testing::Test, World {
-  ProblemReportTest() {
-    folder.write("root/bin/kestrelune", "");
-    systemFiles().chmod(folder.path("root/bin/kestrelune"), 0755);
-  }
+  ProblemReportTest() { writeProgram("root/bin/kestrelune"); }
   void writeRecord(const std::string& record) const { folder.write("runner/reports/latest.json", record); }
   std::string started() const { return tasks.children.empty() ? "" : tasks.commandLine(tasks.children.size() - 1); }
 
-  ActionRunner actions{false, {.session = session, .tasks = tasks, .bundle = Bundle(Url::file("/app"))}};
+  ActionRunner actions{false, actionReach()};
   Notifications notifications{false, actions, {loop, session.notifications(), defaults, nullptr}};
   ProblemReporter problems{configuration(), outside(), actions, notifications};
   const Snapshot snapshot{.status = kBoth};

@@ -5,9 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "Fakes/FakeLoop.hpp"
-#include "Fakes/FakeSession.hpp"
-#include "Fakes/FakeTasks.hpp"
+#include "Fakes/World.hpp"
 #include "RuntimeActionText.hpp"
 #include "base/System.hpp"
 
@@ -16,26 +14,15 @@ namespace {
 
 constexpr const char* kProfile = "00000000-0000-4000-8000-000000000001";
 
-class ActionRunnerTest : public ::testing::Test {
+class ActionRunnerTest : public testing::Test, protected World {
  protected:
   ActionRunner& make(bool dryRun = false) {
-    runner_ = std::make_unique<ActionRunner>(
-        dryRun, ActionRunner::Reach{.session = session,
-                                    .tasks = tasks,
-                                    .bundle = Bundle(Url::file("/app")),
-                                    .helperCommand = Url::file("/root/bin/kestrelune"),
-                                    .terminate = [this] { terminated = true; },
-                                    .output = [this](const std::string& line) { lines.push_back(line); }});
+    runner_ = std::make_unique<ActionRunner>(dryRun, actionReach());
     return *runner_;
   }
   std::string lastError() { return session.alert().asked.empty() ? "" : session.alert().asked.back().text; }
 
-  FakeClock clock;
-  FakeLoop loop{clock};
-  FakeSession session{loop};
-  FakeTaskLauncher tasks{loop};
-  std::vector<std::string> lines;
-  bool terminated = false;
+  const std::string helper = folder.path("root/bin/kestrelune") + " ";
   std::unique_ptr<ActionRunner> runner_;
 };
 
@@ -126,15 +113,15 @@ TEST_F(ActionRunnerTest, HelperCommandsGoWithoutAShell) {
     Action action;
     const char* command;
   } rows[] = {
-      {Action::shareTool("computer_use", false), "/root/bin/kestrelune share-tools set computer_use off"},
-      {Action::workers("t3code"), "/root/bin/kestrelune workers t3code"},
-      {Action::smallModel(true), "/root/bin/kestrelune small-model on"},
-      {Action::autoDelegate(false), "/root/bin/kestrelune auto-delegate off"},
+      {Action::shareTool("computer_use", false), "share-tools set computer_use off"},
+      {Action::workers("t3code"), "workers t3code"},
+      {Action::smallModel(true), "small-model on"},
+      {Action::autoDelegate(false), "auto-delegate off"},
   };
   ActionRunner& runner = make();
   for (const auto& row : rows) {
     runner.perform(row.action);
-    EXPECT_EQ(tasks.commandLine(tasks.children.size() - 1), row.command);
+    EXPECT_EQ(tasks.commandLine(tasks.children.size() - 1), helper + row.command);
     EXPECT_EQ(tasks.children.back()->request.output, TaskRequest::Stream::null);
   }
   for (const Action& refused : {Action::shareTool("other", true), Action::workers("antigravity"),
@@ -206,14 +193,14 @@ TEST_F(ActionRunnerTest, RightsAreLoweredOnlyAfterAYes) {
       loop.turn();
       ASSERT_EQ(tasks.children.size(), before + (button == 0 ? 1 : 0));
       if (button == 0) {
-        EXPECT_EQ(tasks.commandLine(before), "/root/bin/kestrelune " + std::string(row.command));
+        EXPECT_EQ(tasks.commandLine(before), helper + row.command);
       }
     }
 }
 
 TEST_F(ActionRunnerTest, AProfileIsSavedInOneLineOfAtMost400Characters) {
-  const std::string set = std::string("/root/bin/kestrelune profile set ") + kProfile + " ";
-  const std::string clear = std::string("/root/bin/kestrelune profile clear ") + kProfile;
+  const std::string set = helper + "profile set " + kProfile + " ";
+  const std::string clear = helper + "profile clear " + kProfile;
   const struct {
     const char* name;
     std::optional<int> button;

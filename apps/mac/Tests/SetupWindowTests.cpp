@@ -19,7 +19,7 @@ class SetupWindowTest : public testing::Test {
     setup = std::make_unique<SetupController>(
         configuration, payload, world.outside(),
         SetupController::Reach{.execute = [this](auto&, double, auto completed) { install = completed; }});
-    actions = std::make_unique<ActionRunner>(dryRun, world.actionReach(world.folder.url("root/bin/kestrelune")));
+    actions = std::make_unique<ActionRunner>(dryRun, world.actionReach());
     window = std::make_unique<SetupWindowController>(configuration, world.outside(), *setup, *actions, step,
                                                      [this] { closed = true; });
     window->present();

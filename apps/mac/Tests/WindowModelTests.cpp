@@ -15,13 +15,12 @@ namespace fs = std::filesystem;
 class WindowModelTest : public testing::Test {
  protected:
   void SetUp() override {
-    world.folder.write("root/bin/kestrelune", "#!/bin/sh\n");
-    fs::permissions(world.folder.path("root/bin/kestrelune"), fs::perms::owner_all);
+    world.writeProgram("root/bin/kestrelune");
     make(false);
   }
   void make(bool dryRun) {
     model.reset();
-    actions = std::make_unique<ActionRunner>(dryRun, world.actionReach(world.folder.url("root/bin/kestrelune")));
+    actions = std::make_unique<ActionRunner>(dryRun, world.actionReach());
     model = std::make_unique<WindowModel>(world.configuration(dryRun), world.outside(), *actions);
     model->onChange = [this] { ++changes; };
   }

@@ -152,9 +152,9 @@ TEST_F(ScreenWindowsTest, CrashesFarApartOrWithoutATreeBlameNobody) {
 
 TEST_F(ScreenWindowsTest, WithoutADisplayAWindowEndsByItself) {
   port.display = false;
-  testing::internal::CaptureStderr();
+  testing::internal::CaptureStdout();
   show("main");
-  EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+  EXPECT_NE(testing::internal::GetCapturedStdout(), "");
   EXPECT_TRUE(closed.empty()) << "told from within";
   loop.turn();
   EXPECT_EQ(closed, Strings{"main"});

@@ -42,13 +42,18 @@ struct World {
             .pid = 4711,
             .output = [this](const std::string& line) { lines.push_back(line); }};
   }
-  ActionRunner::Reach actionReach(const Url& helperCommand = Url::file("/none")) {
+  ActionRunner::Reach actionReach() {
     return {.session = session,
             .tasks = tasks,
             .bundle = Bundle(Url::file("/app")),
-            .helperCommand = helperCommand,
+            .helperCommand = folder.url("root/bin/kestrelune"),
             .terminate = [this] { terminated = true; },
             .output = outside().output};
+  }
+  /// A program that may be run, and does nothing.
+  void writeProgram(const std::string& name) const {
+    folder.write(name, "#!/bin/sh\n");
+    systemFiles().chmod(folder.path(name), 0755);
   }
   /// A status of this moment, whose helper is this very process.
   void writeStatus(const std::string& members = R"(,"state":"running")", pid_t pid = ::getpid()) const {
