@@ -22,6 +22,8 @@ namespace {
 /// Signals that end the program wait until the run loop takes them, so that none falls into the start.
 void holdSignals() {
   std::signal(SIGPIPE, SIG_IGN);
+  // A file that has reached the session's limit fails as on a full disk.
+  std::signal(SIGXFSZ, SIG_IGN);
   sigset_t ending;
   sigemptyset(&ending);
   for (const int number : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&ending, number);

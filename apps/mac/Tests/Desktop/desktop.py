@@ -20,7 +20,7 @@ import gi
 gi.require_version("Gio", "2.0")
 from gi.repository import Gio, GLib  # noqa: E402
 from Xlib import X, display as xlib  # noqa: E402
-from Xlib.error import XError  # noqa: E402
+from Xlib.error import ConnectionClosedError, DisplayError, XError  # noqa: E402
 
 from runner import Failure  # noqa: E402
 
@@ -31,6 +31,7 @@ HELPER = ROOT / "demo/kestrelune-runner.mjs"
 SCENES = ROOT / "demo/scenes"
 PATIENCE = float(os.environ.get("KESTRELUNE_TEST_PATIENCE", "1"))
 
+DISPLAY_OPTIONS = ["-screen", "0", "1280x800x24", "-nolisten", "tcp", "-noreset"]
 BUS_CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>
@@ -130,7 +131,7 @@ class Desktop:
         for folder in (self.home, self.runner, self.folder / "session"):
             folder.mkdir(mode=0o700)
         self.environment = self._environment()
-        self.connection = None
+        self.connection, self.servers = None, {}
         try:
             if display:
                 self._start_display()
@@ -171,9 +172,7 @@ class Desktop:
 
     def _start_display(self):
         read, write = os.pipe()
-        server = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x800x24", "-nolisten", "tcp", "-noreset"],
-                                  pass_fds=[write], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        self.stack.callback(lambda: (server.terminate(), server.wait()))
+        self._serve("display", ["Xvfb", "-displayfd", str(write), *DISPLAY_OPTIONS], pass_fds=[write])
         os.close(write)
         with os.fdopen(read) as answer:
             self._set("DISPLAY", ":" + answer.readline().strip())
@@ -181,11 +180,33 @@ class Desktop:
     def _start_bus(self):
         configuration = self.folder / "bus.conf"
         configuration.write_text(BUS_CONFIGURATION)
-        daemon = subprocess.Popen(["dbus-daemon", f"--config-file={configuration}", "--print-address", "--nofork"],
-                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
-        self.stack.callback(lambda: (daemon.terminate(), daemon.wait()))
-        self._set("DBUS_SESSION_BUS_ADDRESS", daemon.stdout.readline().strip())
+        address = f"unix:path={self.folder}/bus"
+        daemon = self._serve("bus", ["dbus-daemon", f"--config-file={configuration}", f"--address={address}", "--print-address", "--nofork"],
+                             stdout=subprocess.PIPE, text=True)
+        daemon.stdout.readline()
+        # Without the daemon's own number, so that the next one at this place counts as the same bus.
+        self._set("DBUS_SESSION_BUS_ADDRESS", address)
         self.connection = self.connect()
+
+    def _serve(self, name, command, **more):
+        """A server that ends with the test, unless `lose` ends it before."""
+        server = subprocess.Popen(command, **{"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL, **more})
+        self.stack.callback(lambda: (server.terminate(), server.wait()))
+        self.servers[name] = server
+        return server
+
+    def lose(self, name):
+        """Display or bus goes away as after a crash."""
+        self.servers[name].kill()
+        self.servers[name].wait()
+
+    def bring_back(self, name):
+        """What was lost, under its old address."""
+        if name == "bus":
+            (self.folder / "bus").unlink(missing_ok=True)
+            self._start_bus()
+        else:
+            self._serve("display", ["Xvfb", self.environment["DISPLAY"], *DISPLAY_OPTIONS])
 
     def connect(self):
         """A connection of its own, so that a peer can go away as a process would."""
@@ -256,7 +277,10 @@ class Desktop:
     def windows(self):
         """The visible top-level windows: (id, x, y, width, height)."""
         result = []
-        server = xlib.Display(self.environment["DISPLAY"])
+        try:
+            server = xlib.Display(self.environment["DISPLAY"])
+        except (OSError, ConnectionClosedError, DisplayError):  # it isn't there yet
+            return result
         for window in server.screen().root.query_tree().children:
             with contextlib.suppress(XError):  # gone since it was listed
                 place = window.get_geometry()

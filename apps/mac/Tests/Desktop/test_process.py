@@ -90,17 +90,11 @@ def refusals():
             equal((process.ended(), process.lines, process.errors), (0, [], [line]), name)
         written = [path for path in desktop.folder.rglob("*") if path.is_file() and path.name not in ("passwd", "group")]
         equal(written, [], "files written by refused starts")
-
-
-@test("a sibling of the helper folder is no reason to refuse")
-def sibling():
-    with Desktop() as desktop:
-        beside = desktop.home / ".kestrelune-more" / "status.json"
-        process = desktop.start([BINARY, "--quit-after", "0.2"], desktop.dry_run(status=beside))
+        process = desktop.start([BINARY, "--quit-after", "0.2"], desktop.dry_run(status=f"{protected}-more/status.json"))
         equal((process.ended(), process.states()), (0, [OFFLINE[0]]), "start beside the helper folder")
 
 
-@test("the heartbeat is this process's own, and gone after every way to end")
+@test("the heartbeat is this process's own, gone after every way to end, and another's is left alone")
 def heartbeat():
     with Desktop() as desktop:
         desktop.write_status()
@@ -117,6 +111,11 @@ def heartbeat():
             equal([stat.S_IMODE(place.stat().st_mode) for place in (path, path.parent, path.parent.parent)], [0o600, 0o700, 0o700], "modes")
             equal(send(process, number) if number else process.ended(), 0, way)
             equal(list(path.parent.iterdir()), [], f"left after {way}")
+        process = desktop.companion()
+        wait_for("its own heartbeat", desktop.heartbeat.exists)
+        desktop.heartbeat.write_text('{"pid":1,"schemaVersion":1}')
+        equal(send(process), 0, "exit status")
+        equal(desktop.heartbeat.read_text(), '{"pid":1,"schemaVersion":1}', "another process's heartbeat")
 
 
 @test("a closed output ends nothing")
@@ -125,16 +124,6 @@ def closed_output():
         process = subprocess.Popen([BINARY, "--quit-after", "0.5"], env={**desktop.environment, **desktop.dry_run()}, stdout=subprocess.PIPE)
         process.stdout.close()
         equal(process.wait(10), 0, "exit status")
-
-
-@test("another process's heartbeat is left alone")
-def foreign_heartbeat():
-    with Desktop() as desktop:
-        process = desktop.companion()
-        wait_for("its own heartbeat", desktop.heartbeat.exists)
-        desktop.heartbeat.write_text('{"pid":1,"schemaVersion":1}')
-        equal(send(process), 0, "exit status")
-        equal(desktop.heartbeat.read_text(), '{"pid":1,"schemaVersion":1}', "the other's file")
 
 
 @test("a heartbeat is whole or absent, whenever the process is killed")

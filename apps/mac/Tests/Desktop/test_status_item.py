@@ -9,7 +9,7 @@ from runner import equal, test, true
 TRAY = pathlib.Path(__file__).with_name("xembed_tray.py")
 
 
-@test("the status item says the state in words, and signals only a change")
+@test("the status item says the state in words, signals only a change, and is there again at a new host")
 def item_says_the_state():
     with Desktop(bus=True) as desktop:
         host = TrayHost(desktop)
@@ -31,37 +31,37 @@ def item_says_the_state():
         equal(item.says()[1:], ("#42 Prepare the spring cata…", "Kestrelune — #42 Prepare the spring cata…", "#42 Prepare the spring cata…"), "one task")
         wait_for("the signals", lambda: {"NewIcon", "NewToolTip"} <= set(item.signals))
         equal([name for name in set(item.signals) if item.signals.count(name) > 1], [], "signals sent twice for one change")
+        for _ in range(3):
+            host.leave()
+            host = TrayHost(desktop)
+            item = host.item()
+            equal(item.says()[0], "Kestrelune — A task is running", "words at a new host")
         desktop.status.unlink()
         wait_for("the loss", lambda: item.says() == ("Kestrelune — Kestrelune is not running", "", "Kestrelune — Kestrelune is not running", ""))
         equal(send(process), 0, "exit status")
 
 
-@test("the item is there again when its host comes late and when it restarts")
-def late_host():
-    with Desktop(bus=True) as desktop:
-        desktop.write_status()
-        process = desktop.companion()
-        for _ in range(3):
-            host = TrayHost(desktop)
-            equal(host.item().says()[0], "Kestrelune — Everything is ready", "words at a new host")
-            host.leave()
-        equal(send(process, signal.SIGINT), 0, "exit status")
-
-
-@test("without a host the strip is on the display, and goes when a host comes")
+@test("where nobody shows items the strip is on the display; it gives way to a host, and to a tray of the old kind")
 def strip():
     with Desktop(display=True, bus=True) as desktop:
         desktop.write_status("attention.json")
         process = desktop.companion()
-        window, x, y, width, height = wait_for("the strip", desktop.windows)[0]
-        true(x + width > 1000 and y < 60 and height < 80, f"the strip is at {x},{y} with {width} by {height}")
-        desktop.screenshot("strip-attention")
-        host = TrayHost(desktop)
-        host.item()
-        wait_for("the strip to go", lambda: window not in [seen[0] for seen in desktop.windows()])
-        host.leave()
+
+        def old_tray():
+            tray = desktop.start(["/usr/bin/python3", TRAY], {"LD_PRELOAD": ""})
+            tray.line("docked ")
+            return lambda: send(tray)
+
+        for name, come in ("host", lambda: TrayHost(desktop).leave), ("xembed", old_tray):
+            window, x, y, width, height = wait_for("the strip", desktop.windows)[0]
+            true(x + width > 1000 and y < 60 and height < 80, f"the strip is at {x},{y} with {width} by {height}")
+            desktop.screenshot(f"strip-before-{name}")
+            leave = come()
+            wait_for("the strip to go", lambda: window not in [seen[0] for seen in desktop.windows()])
+            desktop.screenshot(f"{name}-attention")
+            leave()
         wait_for("the strip to come back", desktop.windows)
-        equal(send(process), 0, "exit status")
+        equal(send(process, signal.SIGINT), 0, "exit status")
         wait_for("an empty display", lambda: not desktop.windows())
 
 
@@ -95,19 +95,4 @@ def labels():
         equal(item.says()[3], "a_b & <b>c</b> “d”\n🔥", "the label beside the icon")
         true("&amp;" in item.says()[1] or "<" not in item.says()[1], f"markup in the tool tip's text: {item.says()[1]}")
         watch(0.1)
-        equal(send(process), 0, "exit status")
-
-
-@test("a tray of the old kind shows the icon, and the strip gives way to it")
-def xembed():
-    with Desktop(display=True, bus=True) as desktop:
-        desktop.write_status("attention.json")
-        process = desktop.companion()
-        strip_window = wait_for("the strip", desktop.windows)[0][0]
-        tray = desktop.start(["/usr/bin/python3", TRAY], {"LD_PRELOAD": ""})
-        tray.line("docked ")
-        wait_for("the strip to go", lambda: strip_window not in [seen[0] for seen in desktop.windows()])
-        desktop.screenshot("xembed-attention")
-        send(tray)
-        wait_for("the strip to come back", desktop.windows)
         equal(send(process), 0, "exit status")
