@@ -38,6 +38,8 @@ class StatusItem {
     std::function<void()> menuWillOpen;  ///< compose it now: `setMenu` is expected from within
     std::function<void(const MenuChoice&)> chosen;
     std::function<void()> activated;  ///< the icon was asked for the main window (middle click)
+    /// This desktop has no place for the icon; why, and what to do, in words for the user.
+    std::function<void(const std::string& why)> unseen;
   };
 
   virtual ~StatusItem() = default;

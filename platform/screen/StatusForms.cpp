@@ -1,5 +1,6 @@
 #include "StatusForms.hpp"
 
+#include <QGuiApplication>
 #include <QCursor>
 
 #include "Drawing.hpp"
@@ -10,6 +11,9 @@ namespace {
 
 /// Trays come and go without telling; asking costs one look at a selection's owner.
 constexpr int kLookForTray = 3000;
+
+/// On Wayland a client can't place a window, and a strip anywhere would be in the way.
+bool placesWindows() { return QGuiApplication::platformName() != "wayland"; }
 
 }  // namespace
 
@@ -49,7 +53,8 @@ void StatusForms::choose() {
   if (xserver::hasTray()) {
     if (!tray_) useTray();
   } else if (!strip_) {
-    useStrip();
+    tray_.reset();
+    if (placesWindows()) useStrip();
   }
   tell();
 }

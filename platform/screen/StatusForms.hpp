@@ -38,7 +38,7 @@ class StatusForms final : public QObject {
 
   StatusItemLook look_;
   bool visible_ = false;
-  std::string told_ = "none";
+  std::string told_;
   std::unique_ptr<QSystemTrayIcon> tray_;
   std::unique_ptr<StripWindow> strip_;
   QTimer watch_;

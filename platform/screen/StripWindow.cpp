@@ -19,10 +19,16 @@ using metrics::px;
 constexpr double kHeight = 26, kPadding = 8, kFlameWidth = 22, kFlameHeight = 20, kDot = 8, kGap = 5, kEdge = 8;
 constexpr qsizetype kLongestPill = 200;
 
+Qt::WindowFlags stripFlags() {
+  const Qt::WindowFlags flags =
+      Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint;
+  // A compositor that arranges the windows of Xwayland would put it in the middle of the screen.
+  return qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ? flags : flags | Qt::X11BypassWindowManagerHint;
+}
+
 }  // namespace
 
-StripWindow::StripWindow()
-    : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint) {
+StripWindow::StripWindow() : QWidget(nullptr, stripFlags()) {
   setAttribute(Qt::WA_TranslucentBackground);
   setAttribute(Qt::WA_ShowWithoutActivating);
   setAttribute(Qt::WA_QuitOnClose, false);

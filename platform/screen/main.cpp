@@ -18,6 +18,9 @@ int main(int argc, char** argv) {
     std::fputs("This program is started by KestreluneMenu.\n", stderr);
     return 2;
   }
+  // Through Xwayland, where it is there, icon and menu can be placed.
+  if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("DISPLAY"))
+    qputenv("QT_QPA_PLATFORM", "xcb;wayland");
   QApplication::setQuitOnLastWindowClosed(false);
   QApplication application(argc, argv);
   QApplication::setApplicationName("Kestrelune");

@@ -15,7 +15,10 @@ constexpr Entry entry(Key key) {
     case Key::ok: return {"OK", "OK"};
     case Key::open: return {"Open", "Öffnen"};
     case Key::noTray:
-      return {"This desktop shows no icons in its bar.", "Dieser Desktop zeigt keine Symbole in seiner Leiste."};
+      return {
+          "This desktop shows no icons in its bar. Start Kestrelune again whenever you want its window.",
+          "Dieser Desktop zeigt keine Symbole in seiner Leiste. Starte Kestrelune noch einmal, wenn du sein Fenster "
+          "willst."};
     case Key::noDisplayAsk: return {"No display to ask on: %@", "Kein Bildschirm für die Frage: %@"};
     case Key::noDisplayWindow: return {"No display for the window: %@", "Kein Bildschirm für das Fenster: %@"};
     case Key::noBus: return {"There is no session bus.", "Es gibt keinen Sitzungsbus."};

@@ -9,7 +9,7 @@ namespace kestrelune::session_copy {
 enum class Key {
   ok,                ///< the button of a message that has none
   open,              ///< what a click on a notification does, for servers that show it
-  noTray,            ///< the desktop shows no icons
+  noTray,            ///< the desktop has no place for the icon
   noDisplayAsk,      ///< %@: the question
   noDisplayWindow,   ///< %@: the window's title
   noBus,             ///< there is no session bus

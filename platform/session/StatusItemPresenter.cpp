@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "session/SessionCopy.hpp"
+
 namespace kestrelune {
 namespace {
 
@@ -118,7 +120,10 @@ void StatusItemPresenter::screenStarted(const messages::Ready& ready) {
 }
 
 void StatusItemPresenter::screenSaid(const messages::Up& message) {
-  if (std::holds_alternative<messages::StatusItemClicked>(message)) {
+  if (const auto* shown = std::get_if<messages::StatusItemForm>(&message)) {
+    if (onScreen_ && shown->form == "none" && events_.unseen)
+      events_.unseen(session_copy::text(session_copy::Key::noTray));
+  } else if (std::holds_alternative<messages::StatusItemClicked>(message)) {
     openAt({});
   } else if (const auto* opened = std::get_if<messages::MenuOpened>(&message)) {
     if (openMenu_ == opened->id) forgetWish();

@@ -29,7 +29,8 @@ struct StatusItemPresenterTest : testing::Test {
                                presenter.setMenu(menu);
                              },
                          .chosen = [this](const MenuChoice& choice) { choices.push_back(choice); },
-                         .activated = [] {}});
+                         .activated = [] {},
+                         .unseen = [this](const std::string&) { ++unseen; }});
     presenter.show(look);
   }
   bool served(const std::function<bool()>& done) { return serveBus(loop, done); }
@@ -54,7 +55,7 @@ struct StatusItemPresenterTest : testing::Test {
   StatusItemLook look{
       .dot = {46, 125, 91}, .toolTip = "Kestrelune — ready", .accessibilityLabel = "Kestrelune — ready"};
   MenuTree menu{line("one"), attention("two")};
-  int composed = 0;
+  int composed = 0, unseen = 0;
   std::vector<MenuChoice> choices;
   std::unique_ptr<TrayHost> host;
 };
@@ -259,6 +260,14 @@ TEST_F(StatusItemPresenterTest, AClickAtAPlaceOpensOurOwnMenuThere) {
   screen.places = false;
   ASSERT_TRUE(screen.start());
   EXPECT_FALSE(activate(30, 40)) << "the host is to open its own";
+  screen.say(messages::StatusItemForm{.form = "none"});
+  EXPECT_EQ(unseen, 0) << "the host shows it";
+  host.reset();
+  ASSERT_TRUE(served([&] { return screenShows(); }));
+  screen.say(messages::StatusItemForm{.form = "strip"});
+  EXPECT_EQ(unseen, 0);
+  screen.say(messages::StatusItemForm{.form = "none"});
+  EXPECT_EQ(unseen, 1);
 }
 
 }  // namespace

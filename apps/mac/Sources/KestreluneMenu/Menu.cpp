@@ -33,7 +33,8 @@ MenuController::MenuController(Configuration configuration, Outside outside)
   wire();
   item().setEvents({.menuWillOpen = lifetime_.guarded([this] { menuWillOpen(); }),
                     .chosen = lifetime_.guarded([this](const MenuChoice& choice) { chosen(choice); }),
-                    .activated = lifetime_.guarded([this] { actions_.perform(Action::window("tasks")); })});
+                    .activated = lifetime_.guarded([this] { actions_.perform(Action::window("tasks")); }),
+                    .unseen = lifetime_.guarded([this](const std::string& why) { tellUnseen(why); })});
   notifications_.start();
   refresh();
   writeHeartbeat();

@@ -77,6 +77,8 @@ class MenuController {
   bool appBusy() const;
   void chosen(const MenuChoice& choice);
   void menuWillOpen();
+  /// Tells the user, once for all, how to get at a program that shows no icon.
+  void tellUnseen(const std::string& why);
   void readStatus();
   void refreshAll();
   void showLook(Date now);

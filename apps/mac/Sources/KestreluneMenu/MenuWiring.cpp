@@ -4,6 +4,11 @@
 #include "Strings.hpp"
 
 namespace kestrelune {
+namespace {
+
+constexpr const char* kUnseenKey = "kestrelune.toldUnseen";
+
+}  // namespace
 
 /// What the subsystems, which don't know each other, have to do with each other. They are owned here and call back
 /// only while they live, so that each callback finds the controller.
@@ -36,6 +41,12 @@ void MenuController::wire() {
   setup_.onBeforeInstall = [this] { background_.stop(); };
   setup_.restartBackground = [this] { return background_.restart(); };
   setup_.onFinished = [this](std::int32_t code, const std::string& lastLine) { setupFinished(code, lastLine); };
+}
+
+void MenuController::tellUnseen(const std::string& why) {
+  if (outside_.defaults.boolean(kUnseenKey)) return;
+  outside_.defaults.setBoolean(kUnseenKey, true);
+  notifications_.send({"no-icon", "Kestrelune", why, Action::window("tasks")});
 }
 
 bool MenuController::appBusy() const {
