@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
 """Makes a release: signs and countersigns a bundle under a build number of its own, packs it, and describes it.
 
-    packaging/release.py --keys KEYS --version 1.2 --build 42 --output FOLDER [--bundle APP]
+    packaging/release.py --keys KEYS --version 1.2 --build 42 --output FOLDER [--bundle APP | --helper FILE]
 
 FOLDER gets Kestrelune-<build>.zip and, as the very last step, Kestrelune-mac.json, which names it: the two go to
 /download/ of the service host. Nothing that lies there is written over but the manifest of an older build, and a
 release that fails leaves nothing behind. KEYS holds anchor, leaf, intermediate and notary as packaging/chain makes
-them. Without --bundle the application is built first, to trust exactly that anchor.
+them. Without --bundle the application is built first, with that helper and to trust exactly that anchor. A bundle
+with the stand-in helper is refused.
 """
 import argparse
 import hashlib
@@ -28,6 +29,8 @@ ROOT = HERE.parent
 APP = "Kestrelune.app"
 MANIFEST = "Kestrelune-mac.json"
 NOTARIZED = "source=Notarized Developer ID"
+CARRIED = "Contents/Resources/helper/kestrelune-runner.mjs"
+STAND_IN = ROOT / "demo/kestrelune-runner.mjs"
 PIECE = 1 << 20
 
 
@@ -51,10 +54,13 @@ def requirement(identifier, team):
             f' and certificate leaf[subject.OU] = "{team}"')
 
 
-def build(keys, folder):
-    """The application, built to trust the anchor of these keys."""
+def build(keys, helper, folder):
+    """The application with that helper, built to trust the anchor of these keys."""
+    if helper is None:
+        raise Refusal("an application is built with a helper: give --helper, or a built one by --bundle")
     run("cmake", "-S", ROOT, "-B", folder, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release", "-DBUILD_TESTING=OFF",
-        "-DKESTRELUNE_BENCHMARKS=OFF", f"-DKESTRELUNE_ANCHOR={(keys / 'anchor.pem').resolve()}")
+        "-DKESTRELUNE_BENCHMARKS=OFF", f"-DKESTRELUNE_ANCHOR={(keys / 'anchor.pem').resolve()}",
+        f"-DKESTRELUNE_HELPER={helper.resolve()}")
     run("cmake", "--build", folder)
     return folder / APP
 
@@ -111,6 +117,15 @@ def digest(path):
         while piece := file.read(PIECE):
             sha256.update(piece)
     return sha256.hexdigest()
+
+
+def require_real_helper(bundle):
+    """What the stand-in invents must never reach a person."""
+    carried = bundle / CARRIED
+    if not carried.is_file():
+        raise Refusal(f"{bundle} carries no helper")
+    if digest(carried) == digest(STAND_IN):
+        raise Refusal(f"{bundle} carries the stand-in helper, which is for trying out only")
 
 
 def prove(archive, manifest, facts, anchor, tools, scratch):
@@ -207,6 +222,7 @@ def main():
     parser.add_argument("--build", required=True, type=int, help="the number of the build, greater with each release")
     parser.add_argument("--output", required=True, type=pathlib.Path, help="the folder for archive and manifest")
     parser.add_argument("--bundle", type=pathlib.Path, help="a built application; without it, it is built")
+    parser.add_argument("--helper", type=pathlib.Path, help="the helper that a built application carries")
     parser.add_argument("--tools", type=pathlib.Path, help="the build's folder, where seal and kestrelune-inspect lie (beside the bundle)")
     parser.add_argument("--minimum-system", default="5.10", help="the lowest version of the kernel that it runs on (5.10)")
     options = parser.parse_args()
@@ -214,7 +230,8 @@ def main():
     for number in (signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, lambda *_: sys.exit(1))
     try:
-        bundle = options.bundle or build(options.keys, ROOT / "build/shipping")
+        bundle = options.bundle or build(options.keys, options.helper, ROOT / "build/shipping")
+        require_real_helper(bundle)
         offer = release(bundle, options.keys, options.version, options.build, options.output, options.tools, options.minimum_system)
         print(json.dumps(offer, indent=2))
     except (Refusal, OSError) as reason:
