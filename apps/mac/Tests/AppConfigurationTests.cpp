@@ -125,11 +125,5 @@ TEST(Configuration, AnOrdinaryStartUsesTheUsersFilesUnlessToldOtherwise) {
   EXPECT_THROW(Configuration::resolve(same, account.home, false), RuntimeError);
 }
 
-TEST(RuntimeError, SaysWhatTheUserReads) {
-  EXPECT_EQ(RuntimeError::posix(2).description(), "No such file or directory");
-  EXPECT_EQ(RuntimeError::script("as it stands").description(), "as it stands");
-  EXPECT_EQ(RuntimeError::unsafeDryRun().description(), "Dry-run requires separate test paths outside ~/.kestrelune.");
-}
-
 }  // namespace
 }  // namespace kestrelune

@@ -18,38 +18,26 @@ TEST(MenuViews, FormFollowsFromWhatALineHas) {
   const testing_support::English english;
   const MenuEntry child{.title = "Only Codex", .action = Action::workers("codex")};
   const struct {
-    const char* name;
-    MenuEntry entry;
     Form form;
     bool enabled;
     const char* represented;
+    const char* name;
+    MenuEntry entry;
   } rows[] = {
-      {"separator", {.kind = Kind::separator}, Form::separator, false, ""},
-      {"section", {.kind = Kind::section, .title = "Your AIs"}, Form::section, false, ""},
-      {"state without a choice", {.title = "Cursor", .detail = "off"}, Form::pair, false, ""},
-      {"the same with a subtitle", {.title = "Cursor", .subtitle = "why", .detail = "off"}, Form::normal, false, ""},
-      {"the same with an empty subtitle",
-       {.title = "Cursor", .subtitle = "", .detail = "off"},
-       Form::normal,
-       false,
-       ""},
-      {"state with a choice",
-       {.title = "Cursor", .detail = "off", .action = Action::account("app:cursor")},
-       Form::normal,
+      {Form::separator, false, "", "separator", {.kind = Kind::separator}},
+      {Form::section, false, "", "section", {.kind = Kind::section, .title = "Your AIs"}},
+      {Form::pair, false, "", "state without a choice", {.title = "Cursor", .detail = "off"}},
+      {Form::normal, false, "", "with a subtitle", {.title = "Cursor", .subtitle = "why", .detail = "off"}},
+      {Form::normal, false, "", "with an empty subtitle", {.title = "Cursor", .subtitle = "", .detail = "off"}},
+      {Form::normal, true, "quit", "state with a choice", {.title = "x", .detail = "off", .action = Action::quit()}},
+      {Form::normal, false, "", "only a title", {.title = "Nothing"}},
+      {Form::attention, true, "quit", "attention", {.title = "T1", .action = Action::quit(), .settleKey = "k"}},
+      {Form::attention, true, "", "attention without a choice", {.title = "T1", .settleKey = "k"}},
+      {Form::normal,
        true,
-       "account:app:cursor"},
-      {"only a title", {.title = "Nothing"}, Form::normal, false, ""},
-      {"attention",
-       {.title = "T1", .action = Action::window("tasks"), .settleKey = "k"},
-       Form::attention,
-       true,
-       "window:tasks"},
-      {"attention without a choice", {.title = "T1", .settleKey = "k"}, Form::attention, true, ""},
-      {"a submenu goes before all else",
-       {.title = "Workers", .detail = "x", .action = Action::quit(), .children = {{child}}, .settleKey = "k"},
-       Form::normal,
-       true,
-       ""},
+       "",
+       "a submenu goes before all else",
+       {.title = "Workers", .detail = "x", .action = Action::quit(), .children = {{child}}, .settleKey = "k"}},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);

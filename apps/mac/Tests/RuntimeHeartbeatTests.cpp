@@ -1,5 +1,10 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
 
 #include "Fakes/TestFolder.hpp"
 #include "Runtime.hpp"
@@ -21,6 +26,34 @@ TEST(Heartbeat, WritesOneCompactObjectIntoAFolderOfItsOwn) {
   EXPECT_EQ(info.st_mode & 07777, 0700u);
   ASSERT_EQ(::stat(folder.path("a/runner/menubar.json").c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 07777, 0600u);
+}
+
+/// A writer and a reader that never rest, and the writer killed in the middle again and again.
+TEST(Heartbeat, IsWholeForEveryReaderHoweverItsWriterEnds) {
+  // In the long run ten thousand writes are seen.
+  const int kills = std::getenv("KESTRELUNE_LONG_TESTS") ? 500 : 50;
+  const TestFolder folder;
+  const Url file = folder.url("menubar.json");
+  const auto isTorn = [](const std::string& text) { return text.size() != 65 || !text.ends_with("Z\"}"); };
+  int torn = 0;
+  for (int i = 0; i < kills; ++i) {
+    const pid_t writer = fork();
+    if (writer == 0) {
+      Heartbeat heartbeat(systemFiles(), file, 4711);
+      for (Date now = kNow;; now = now + 1) heartbeat.write(now);
+    }
+    std::string last;
+    for (int changes = 0; changes < 20 && ::waitpid(writer, nullptr, WNOHANG) == 0;) {
+      const std::string read = readFile(systemFiles(), file.path(), 1000).value;
+      if (read.empty() || read == last) continue;
+      torn += isTorn(read);
+      last = read, ++changes;
+    }
+    EXPECT_EQ(::kill(writer, SIGKILL), 0) << "the writer failed";
+    ::waitpid(writer, nullptr, 0);
+    torn += isTorn(folder.read("menubar.json"));
+  }
+  EXPECT_EQ(torn, 0);
 }
 
 TEST(Heartbeat, AFailureLeavesTheOldFileAndNoTemporaryOne) {

@@ -125,15 +125,6 @@ TEST_F(SetupWindowTest, TheFirstTaskOpensOrIsCopied) {
   EXPECT_TRUE(closed && completed());
 }
 
-TEST_F(SetupWindowTest, ClosingEarlyKeepsTheWindowComingBack) {
-  make();
-  windows().userCloses("setup");
-  world.loop.turn();
-  EXPECT_TRUE(closed);
-  EXPECT_FALSE(completed());
-  EXPECT_EQ(world.loop.timerCount(), 0u);
-}
-
 TEST_F(SetupWindowTest, NoReadyApplicationOffersNoFirstTask) {
   world.writeStatus(R"(,"state":"running","apps":[{"host":"cursor","state":"signed_out"}])");
   make(false, SetupStep::mac);
