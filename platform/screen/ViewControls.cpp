@@ -38,8 +38,11 @@ class ToggleNode final : public ViewNode {
   explicit ToggleNode(const Emit& emit) : ViewNode(new ToggleBox, emit) {
     back_.setSingleShot(true);
     back_.setInterval(kTrustUser);
-    QObject::connect(&back_, &QTimer::timeout, box(), [this] { box()->setChecked(this->view().on); });
-    QObject::connect(box(), &ToggleBox::clicked, box(), [this](bool on) {
+    QObject::connect(&back_, &QTimer::timeout, box(), [this] { show(this->view().on); });
+    // Assistive tools toggle without a click.
+    QObject::connect(box(), &ToggleBox::toggled, box(), [this](bool on) {
+      if (on == shown_) return;
+      shown_ = on;
       send(on ? "on" : "off");
       back_.start();
     });
@@ -49,14 +52,20 @@ class ToggleNode final : public ViewNode {
   void apply(const View& view) override {
     box()->setText(caption(view.text));
     box()->setFont(metrics::font(13));
-    box()->setChecked(view.on);
+    show(view.on);
     back_.stop();
     applyCommon(*box(), view);
   }
 
  private:
+  void show(bool on) {
+    shown_ = on;
+    box()->setChecked(on);
+  }
+
   ToggleBox* box() const { return static_cast<ToggleBox*>(widget()); }
   QTimer back_;
+  bool shown_ = false;
 };
 
 class RadioNode final : public ViewNode {
