@@ -1,7 +1,7 @@
 #include "StatusForms.hpp"
 
-#include <QGuiApplication>
 #include <QCursor>
+#include <QGuiApplication>
 
 #include "Drawing.hpp"
 #include "XServer.hpp"
