@@ -368,11 +368,12 @@ TEST_F(AppUpdateTest, ReportsInAndConfirmsAfterTenSeconds) {
     world.clock.set({now});
     writeState(row.before);
     if (!row.rolledBack.empty()) world.folder.write("root/app-update/rolled-back", row.rolledBack);
-    for (const char* left : {"staged-41/x", "previous-40.app/x"})
+    for (const char* left : {"staged-41/x", "previous-40.app/x", ".placing-A"})
       world.folder.write(std::string("root/app-update/") + left, "");
     make();
     EXPECT_EQ(state(), row.after) << row.name;
-    EXPECT_FALSE(world.folder.has("root/app-update/rolled-back")) << row.name;
+    for (const char* gone : {"rolled-back", ".placing-A"})
+      EXPECT_FALSE(world.folder.has(std::string("root/app-update/") + gone)) << row.name;
     world.loop.pass(AppUpdateTimes::kConfirmation - 0.1);
     EXPECT_FALSE(world.folder.has("root/app-update/confirmed-41")) << row.name;
     world.loop.pass(0.1);

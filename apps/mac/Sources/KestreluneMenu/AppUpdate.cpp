@@ -45,6 +45,7 @@ void AppSelfUpdater::stop() {
 
 void AppSelfUpdater::reportIn() {
   if (!installed_ || configuration_.dryRun) return;
+  files_.removeTemporaries();
   AppUpdateState state = files_.read();
   const auto rolledBack = files_.takeRolledBack();
   bool confirms = false;

@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::int64_t kSchemaVersion = 1;
 constexpr std::size_t kLargestState = 65536;
+constexpr char kTemporary[] = ".placing-";
 
 void decodeJson(const Json& json, AppUpdateState::Pending& pending) {
   requireObject(json);
@@ -93,7 +94,16 @@ void AppUpdateFiles::write(const AppUpdateState& state) const {
 }
 
 void AppUpdateFiles::place(const Url& url, std::string_view bytes) const {
-  check(placeFile(files_, url.path(), bytes, 0600, ".placing-"));
+  check(placeFile(files_, url.path(), bytes, 0600, kTemporary));
+}
+
+void AppUpdateFiles::placeTool(const Url& source) const {
+  check(placeCopy(files_, directory_.appending(source.lastComponent()).path(), source.path(), 0700, kTemporary));
+}
+
+void AppUpdateFiles::removeTemporaries() const {
+  for (const std::string& name : files_.list(directory_.path()).value)
+    if (name.starts_with(kTemporary)) files_.unlink(directory_.appending(name).path());
 }
 
 std::optional<std::int64_t> AppUpdateFiles::takeRolledBack() const {

@@ -67,6 +67,10 @@ class AppUpdateFiles {
   void write(const AppUpdateState& state) const;
   /// Places a small file of this folder whole. Throws `RuntimeError::posix`.
   void place(const Url& url, std::string_view bytes) const;
+  /// Copies a program here whole, under its own name. Throws `RuntimeError::posix`.
+  void placeTool(const Url& source) const;
+  /// Removes what a run that was killed while it placed something has left. Failures are passed over.
+  void removeTemporaries() const;
   /// Reads and removes the watchdog's mark that a build was rolled back.
   std::optional<std::int64_t> takeRolledBack() const;
   /// Removes archives, unpacked releases and failed builds, except those of one build. Failures are passed over.

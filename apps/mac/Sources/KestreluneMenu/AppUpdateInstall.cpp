@@ -79,10 +79,7 @@ void AppSelfUpdater::install() {
 
 /// The script and the tools it needs, all of this build, so that none depends on the new one.
 void AppSelfUpdater::placeWatchdog() const {
-  for (const char* tool : {"open", "move"}) {
-    const std::string source = outside_.bundle.contents(std::string("Helpers/") + tool).path();
-    require(placeCopy(outside_.files, files_.directory().appending(tool).path(), source, 0700, ".placing-"));
-  }
+  for (const char* tool : {"open", "move"}) files_.placeTool(outside_.bundle.contents(std::string("Helpers/") + tool));
   files_.place(files_.watchdogURL(), AppUpdatePolicy::watchdog(AppUpdateTimes::kWatchdogRounds));
 }
 
