@@ -13,7 +13,7 @@ import sys
 import time
 import uuid
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "apps/mac/Tests/Desktop"))
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "demo/desktop"))
 from desktop import Desktop, send, wait_for  # noqa: E402
 from gi.repository import GLib  # noqa: E402
 from peers import TrayHost  # noqa: E402

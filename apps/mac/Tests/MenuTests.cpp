@@ -185,11 +185,14 @@ TEST_F(MenuTest, TheMainWindowComesBackWhereItCameToRest) {
   MenuController& controller = make();
   controller.showWindow("general");
   for (const int x : {10, 20, 30}) session.windows().shown.at("main").events.frameChanged({x, 40, 500, 600});
-  loop.pass(1.1);
   session.windows().userCloses("main");
   controller_.reset();
   make().showWindow("general");
   EXPECT_EQ(session.windows().shown.at("main").spec.frame, (Rect{30, 40, 500, 600}));
+  session.windows().shown.at("main").events.frameChanged({50, 40, 500, 600});
+  controller_->stop();
+  make().showWindow("general");
+  EXPECT_EQ(session.windows().shown.at("main").spec.frame, (Rect{50, 40, 500, 600})) << "ended before it rested";
 }
 
 TEST_F(MenuTest, ThereIsOneSetupWindowUntilItIsClosed) {

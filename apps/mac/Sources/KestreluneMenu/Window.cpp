@@ -1,6 +1,7 @@
 #include "Window.hpp"
 
 #include <cstdint>
+#include <utility>
 
 #include "RuntimeAction.hpp"
 #include "Strings.hpp"
@@ -40,7 +41,7 @@ void MainWindowController::show(const std::string& place, const Snapshot& snapsh
   Windows& windows = outside_.session.windows();
   windows.show(spec, drawn_.tree,
                {.event = lifetime_.guarded([this](const ViewEvent& event) { handle(event); }),
-                .closed = [] {},
+                .closed = lifetime_.guarded([this] { saveFrame(); }),
                 .frameChanged = lifetime_.guarded([this](const Rect& frame) { frameChanged(frame); })});
   windows.raise(kWindowId);
 }
@@ -85,12 +86,21 @@ std::optional<Rect> MainWindowController::savedFrame() const {
   }
 }
 
+void MainWindowController::stop() {
+  saveFrame();
+  model_.stop();
+}
+
 /// A window that is dragged changes often; only where it comes to rest is kept.
 void MainWindowController::frameChanged(const Rect& frame) {
-  saving_ = outside_.loop.after(kRestSeconds, [this, frame] {
-    if (savedFrame() == frame) return;
-    outside_.defaults.setData(kFrameKey, Json(Json::Array{frame.x, frame.y, frame.width, frame.height}).write());
-  });
+  unsaved_ = frame;
+  saving_ = outside_.loop.after(kRestSeconds, [this] { saveFrame(); });
+}
+
+void MainWindowController::saveFrame() {
+  const auto frame = std::exchange(unsaved_, std::nullopt);
+  if (!frame || savedFrame() == frame) return;
+  outside_.defaults.setData(kFrameKey, Json(Json::Array{frame->x, frame->y, frame->width, frame->height}).write());
 }
 
 }  // namespace kestrelune

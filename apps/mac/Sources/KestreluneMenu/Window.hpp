@@ -26,8 +26,8 @@ class MainWindowController {
   void show(const std::string& place, const Snapshot& snapshot);
   bool isVisible() const;
   WindowModel& model() { return model_; }
-  /// Ends what is being loaded.
-  void stop() { model_.stop(); }
+  /// Ends what is being loaded, and keeps the window's frame.
+  void stop();
 
  private:
   void draw();
@@ -35,11 +35,13 @@ class MainWindowController {
   void handle(const ViewEvent& event);
   std::optional<Rect> savedFrame() const;
   void frameChanged(const Rect& frame);
+  void saveFrame();
 
   Outside outside_;
   WindowModel model_;
   DrawnView drawn_;
   bool redrawing_ = false;
+  std::optional<Rect> unsaved_;  ///< where the window came to rest
   Timer saving_;
   Lifetime lifetime_;
 };

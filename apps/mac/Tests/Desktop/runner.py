@@ -8,6 +8,8 @@ import tempfile
 import time
 import traceback
 
+from desktop import Failure
+
 LONGEST = 240  # seconds a single test may take
 _tests = {}
 
@@ -19,10 +21,6 @@ def test(name):
         _tests[name] = function
         return function
     return register
-
-
-class Failure(AssertionError):
-    pass
 
 
 def equal(actual, expected, what):

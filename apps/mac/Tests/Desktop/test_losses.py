@@ -10,9 +10,10 @@ import signal
 import time
 
 from desktop import Desktop, children, send, wait_for, watch
+from live import LiveDesktop
 from peers import TrayHost
 from runner import equal, test, true
-from test_roads import QUESTION, LiveDesktop
+from test_roads import QUESTION
 
 def screens(process):
     found = []

@@ -1,9 +1,9 @@
 """Roads through the whole program: an attention item from file to "Done", and choices that reach the helper."""
 import json
-import subprocess
 
-from desktop import BINARY, ROOT, Desktop, send, wait_for
-from peers import NotificationServer, TrayHost
+from desktop import Desktop, send, wait_for
+from live import LiveDesktop
+from peers import TrayHost
 from runner import equal, test, true
 
 QUESTION = {"label": "#44", "title": "Which bank account?", "kind": "question", "line": "The invoice names two accounts.",
@@ -32,41 +32,6 @@ def attention_road():
         desktop.write_status("all-ready.json", attention=[{**QUESTION, "line": "And which of the two addresses?"}])
         wait_for("another question of the same task", lambda: item.says()[3] == "#44 Which bank account?")
         equal(send(process), 0, "exit status")
-
-
-class LiveDesktop(Desktop):
-    """A scratch home where the helper is set up, and the companion over it as a user has it."""
-
-    def __init__(self, scene="outdated-app.json", **more):
-        super().__init__(bus=True, **more)
-        self.root = self.home / ".kestrelune"
-        self.runner = self.root / "runner"
-        self.status, self.heartbeat = self.runner / "status.json", self.runner / "menubar.json"
-        subprocess.run([ROOT / "demo/place", self.root], check=True)
-        self.environment["KESTRELUNE_DEMO_SCENE"] = str(ROOT / "demo/scenes" / scene)
-        subprocess.run([self.root / "bin/kestrelune", "install", "--in-app"], check=True, stdout=subprocess.DEVNULL)
-
-    def live(self):
-        self.host = TrayHost(self)
-        self.server = NotificationServer(self)
-        process = self.start([BINARY])
-        self.item = self.host.item()
-        wait_for("the helper's status", lambda: self.read("state") == "running")
-        return process
-
-    def read(self, key, file="status.json"):
-        try:
-            return json.loads((self.runner / file).read_text()).get(key)
-        except (OSError, ValueError):
-            return None
-
-    def choose(self, *labels):
-        """Clicks the row under these labels, each found below the one before."""
-        row = self.item.menu.layout()
-        for label in labels:
-            row = row.find(label)
-            true(row, f"no row {label!r} in:\n" + "\n".join(self.item.menu.layout().lines()))
-        self.item.menu.event(row)
 
 
 @test("the helper runs under the companion, and choices in the menu are seen in the next status")

@@ -1,12 +1,11 @@
 """The icon on a desktop: the item of a tray host, its exported menu, and the strip where there is no host."""
-import pathlib
 import signal
 
-from desktop import Desktop, send, wait_for, watch
+from desktop import ROOT, Desktop, send, wait_for, watch
 from peers import TrayHost
 from runner import equal, test, true
 
-TRAY = pathlib.Path(__file__).with_name("xembed_tray.py")
+TRAY = ROOT / "demo/desktop/xembed_tray.py"
 
 
 @test("the status item says the state in words, signals only a change, and is there again at a new host")

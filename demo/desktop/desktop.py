@@ -1,6 +1,6 @@
-"""A desktop of its own for one test: display, session bus, home folder, helper, and the companion on it.
+"""A desktop for tests and measurements: display, session bus, home folder, helper, and the companion on it.
 
-One test has one process, so what is set in the environment here is set for this test only. Everything runs on the
+One process has one desktop: what is set in the environment here is set for all of it. Everything runs on the
 GLib main context of that process; `wait_for` turns it.
 """
 import contextlib
@@ -22,9 +22,7 @@ from gi.repository import Gio, GLib  # noqa: E402
 from Xlib import X, display as xlib  # noqa: E402
 from Xlib.error import ConnectionClosedError, DisplayError, XError  # noqa: E402
 
-from runner import Failure  # noqa: E402
-
-ROOT = pathlib.Path(__file__).resolve().parents[4]
+ROOT = pathlib.Path(__file__).resolve().parents[2]
 BUNDLE = pathlib.Path(os.environ.get("KESTRELUNE_TEST_BUNDLE", ROOT / "build/release/Kestrelune.app"))
 BINARY = BUNDLE / "Contents/MacOS/KestreluneMenu"
 HELPER = ROOT / "demo/kestrelune-runner.mjs"
@@ -37,6 +35,10 @@ BUS_CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus
 <busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>
 <policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/><allow own="*"/></policy>
 </busconfig>"""
+
+
+class Failure(AssertionError):
+    """What was waited for did not come, or is not as it should be."""
 
 
 def wait_for(what, predicate, timeout=20):
