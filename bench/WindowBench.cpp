@@ -1,10 +1,12 @@
 #include <benchmark/benchmark.h>
 
+#include <QScrollBar>
 #include <string>
 
 #include "Offscreen.hpp"
 #include "WindowViews.hpp"
 #include "base/Messages.hpp"
+#include "screen/LongList.hpp"
 #include "screen/WindowHost.hpp"
 
 namespace kestrelune {
@@ -42,14 +44,14 @@ void mergeTasks(benchmark::State& state) {
     benchmark::DoNotOptimize(lists.groups.size());
   }
 }
-BENCHMARK(mergeTasks)->Arg(20)->Arg(200)->Arg(2000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(mergeTasks)->Arg(200)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
 
 void buildWindow(benchmark::State& state) {
   const Tasks tasks(state.range(0));
   const TaskLists lists(tasks.state.snapshot, tasks.state.history, kNow);
   for (auto unused : state) benchmark::DoNotOptimize(tasks.draw(lists));
 }
-BENCHMARK(buildWindow)->Arg(20)->Arg(200)->Arg(2000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(buildWindow)->Arg(200)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
 
 /// Both ends of the way of a window's tree to the screen.
 void sendWindow(benchmark::State& state) {
@@ -58,7 +60,7 @@ void sendWindow(benchmark::State& state) {
   const messages::Down message = messages::ShowWindow{.spec = {.id = "main"}, .tree = tasks.draw(lists)};
   for (auto unused : state) benchmark::DoNotOptimize(messages::decodeDown(messages::encode(message)));
 }
-BENCHMARK(sendWindow)->Arg(20)->Arg(200)->Arg(2000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(sendWindow)->Arg(200)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
 
 /// What the screen does to its widgets when one task of the list has changed.
 void redrawWindow(benchmark::State& state) {
@@ -75,7 +77,29 @@ void redrawWindow(benchmark::State& state) {
   int round = 0;
   for (auto unused : state) window.setTree(trees[++round % 2]);
 }
-BENCHMARK(redrawWindow)->Arg(20)->Arg(200)->Arg(2000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(redrawWindow)->Arg(200)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
+
+/// One turn of the wheel in the list, up to the painted rows, the companion sending those that come into sight.
+void scrollWindow(benchmark::State& state) {
+  offscreen();
+  Tasks tasks(state.range(0));
+  const TaskLists lists(tasks.state.snapshot, tasks.state.history, kNow);
+  WindowHost window({.id = "main", .width = 640, .height = 600}, tasks.draw(lists));
+  window.onEvent = [&](const ViewEvent& event) {
+    const auto inSight = RowRange::around(event.value);
+    if (!inSight || *inSight == tasks.state.inSight) return;
+    tasks.state.inSight = *inSight;
+    window.setTree(tasks.draw(lists));
+  };
+  window.show();
+  QApplication::processEvents();
+  QScrollBar* bar = window.findChild<LongList*>()->verticalScrollBar();
+  for (auto unused : state) {
+    bar->setValue(bar->value() < bar->maximum() ? bar->value() + 120 : 0);
+    QApplication::processEvents();
+  }
+}
+BENCHMARK(scrollWindow)->Arg(200)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 }  // namespace kestrelune

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Prints how long a click on the icon takes until our own menu is on the screen, with the screen not yet started and
-with it running, and until a host has the exported menu; menu_latency.py [ENTRIES [CHARACTERS [TIMES]]].
+"""Prints how long a click on the icon takes until our own menu or the main window is on the screen, with the screen not
+yet started and with it running, and until a host has the exported menu; menu_latency.py [ENTRIES [CHARACTERS [TIMES]]].
 
 ENTRIES is the length of every list of the status (usual: 5), CHARACTERS that of each name. Without them also what a host
 waits for over the demo's fullest scene."""
@@ -69,7 +69,7 @@ def fullest_scene(times):
     return fetched
 
 
-def measure(entries, characters, times):
+def measure(entries, characters, times, cold_window=False):
     """One start of the companion: a cold click, and so many warm ones and fetched layouts."""
     with Desktop(display=True, bus=True) as desktop:
         host = TrayHost(desktop)
@@ -77,23 +77,32 @@ def measure(entries, characters, times):
         process = desktop.companion()
         item = host.item()
 
-        def click():
+        def shown_after(what, action):
             before = {window[0] for window in desktop.windows()}
-            return seconds_until("a menu", lambda: item.call("Activate"),
-                                 lambda: {window[0] for window in desktop.windows()} - before)
+            return seconds_until(what, action, lambda: {window[0] for window in desktop.windows()} - before)
 
-        cold = click()
-        warm = [click() for _ in range(times)]
+        def click():
+            return shown_after("a menu", lambda: item.call("Activate"))
+
+        def open_window():
+            row = item.menu.layout().find("All tasks")
+            return shown_after("the main window", lambda: item.menu.event(row))
+
+        cold = open_window() if cold_window else click()
+        warm = [] if cold_window else [click() for _ in range(times)]
+        window = None if cold_window else open_window()
         exported = [fetch(item) for _ in range(times)]
         send(process)
-    return cold, warm, exported
+    return cold, warm, window, exported
 
 
 def main(entries=5, characters=20, times=5):
     rounds = [measure(entries, characters, times) for _ in range(times)]
-    tell("click to menu, screen not yet started", [cold for cold, _, _ in rounds])
-    tell("click to menu, screen running", [one for _, warm, _ in rounds for one in warm])
-    tell("whole exported menu at a host", [one for _, _, exported in rounds for one in exported])
+    tell("click to menu, screen not yet started", [cold for cold, _, _, _ in rounds])
+    tell("click to menu, screen running", [one for _, warm, _, _ in rounds for one in warm])
+    tell("click to main window, screen not yet started", [measure(entries, characters, 1, True)[0] for _ in range(times)])
+    tell("click to main window, screen running", [window for _, _, window, _ in rounds])
+    tell("whole exported menu at a host", [one for _, _, _, exported in rounds for one in exported])
     if not sys.argv[1:]:
         tell("whole exported menu at a host, the demo's fullest scene", fullest_scene(times))
 
