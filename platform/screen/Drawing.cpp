@@ -102,6 +102,15 @@ void cutCorners(QWidget& window, double radius) {
   window.setMask(shape);
 }
 
+void surface(QPainter& painter, const QWidget& window, double radius) {
+  // The smooth edge has nothing to blend with there but this.
+  if (!window.mask().isEmpty()) painter.fillRect(window.rect(), colors::separator());
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(colors::separator());
+  painter.setBrush(colors::menuBackground());
+  painter.drawRoundedRect(QRectF(window.rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
+}
+
 QSize pillSize(const QString& text) {
   const QFontMetrics measures(metrics::font(11, true));
   return {measures.horizontalAdvance(text) + 2 * px(kPillPadding), px(kPillHeight)};

@@ -24,6 +24,8 @@ QString plainToolTip(const QString& text);
 
 /// Takes a window's corners away where nobody blends them with what is behind.
 void cutCorners(QWidget& window, double radius);
+/// The ground and the edge of such a window.
+void surface(QPainter& painter, const QWidget& window, double radius);
 
 QSize pillSize(const QString& text);
 void pill(QPainter& painter, const QRect& box, const QString& text, StatusItemLook::PillTone tone);

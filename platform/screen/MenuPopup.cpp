@@ -171,10 +171,7 @@ bool MenuPopup::grabInput() {
 
 void MenuPopup::paintEvent(QPaintEvent*) {
   QPainter painter(this);
-  painter.setRenderHint(QPainter::Antialiasing);
-  painter.setPen(colors::separator());
-  painter.setBrush(colors::menuBackground());
-  painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), px(kCorner), px(kCorner));
+  drawing::surface(painter, *this, px(kCorner));
 }
 
 void MenuPopup::setCurrent(MenuRowView* row) {

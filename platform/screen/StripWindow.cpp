@@ -66,11 +66,7 @@ void StripWindow::place() {
 
 void StripWindow::paintEvent(QPaintEvent*) {
   QPainter painter(this);
-  painter.setRenderHint(QPainter::Antialiasing);
-  painter.setPen(colors::separator());
-  painter.setBrush(colors::menuBackground());
-  const double radius = height() / 2.0;
-  painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
+  drawing::surface(painter, *this, height() / 2.0);
 
   const QRectF icon(px(kPadding), (height() - px(kFlameHeight)) / 2.0, px(kFlameWidth), px(kFlameHeight));
   drawing::flame(painter, icon, colors::label());

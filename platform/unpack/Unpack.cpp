@@ -76,8 +76,13 @@ class Unpacking {
     std::string path = archive_entry_pathname(entry);
     if (path.ends_with('/')) path.pop_back();
     if (!seen_.insert(std::move(path)).second) return "the same path twice";
+    // A file is filled up to the length that its entry tells, with whatever content it comes.
+    const bool isFile = archive_entry_filetype(entry) == AE_IFREG && archive_entry_size_is_set(entry) != 0;
+    const std::int64_t length = isFile ? archive_entry_size(entry) : 0, before = left_.bytes;
+    if (length < 0 || length > left_.bytes) return "too much to unpack";
     if (archive_write_header(to_, entry) != ARCHIVE_OK) return reasonOf(to_);
     if (std::string reason = addContent(); !reason.empty()) return reason;
+    if (isFile && before - left_.bytes != length) return "a file of another length than it tells";
     return archive_write_finish_entry(to_) == ARCHIVE_OK ? "" : reasonOf(to_);
   }
 

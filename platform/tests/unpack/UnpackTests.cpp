@@ -99,15 +99,18 @@ TEST(Unpack, EndsAtItsLimits) {
 
 TEST(Unpack, ADamagedArchiveIsAFailure) {
   Scratch scratch;
-  EXPECT_EQ(scratch.run({{"a", std::string(5000, 'x')}, {"b", "tail"}}), "");
+  EXPECT_EQ(scratch.run({{"a", std::string(5000, 'x')}, {"b", ""}}), "");
   const std::string whole = scratch.folder.read("a.zip");
+  std::string boasting = whole;  // of 2 GB in "b"
+  boasting.replace(whole.rfind("PK\1\2") + 24, 4, "\xff\xff\xff\x7f");
   const std::vector<std::string> damaged = {"", "no archive", whole.substr(0, whole.size() / 2),
-                                            whole.substr(0, whole.size() - 30)};
+                                            whole.substr(0, whole.size() - 30), boasting};
   for (const std::string& bytes : damaged) {
     const TestFolder other;
     std::filesystem::create_directory(other.path("out"));
     other.write("a.zip", bytes);
-    EXPECT_NE(unpack(other.path("a.zip"), other.path("out")), "") << bytes.size();
+    EXPECT_NE(unpack(other.path("a.zip"), other.path("out"), {.bytes = 1 << 20}), "") << bytes.size();
+    EXPECT_TRUE(!other.has("out/b") || std::filesystem::file_size(other.path("out/b")) < 5000);
   }
 }
 

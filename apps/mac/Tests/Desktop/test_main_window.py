@@ -174,7 +174,6 @@ def everything():
 @test("every control of the main window is reached by the Tab key, and the window comes back as it was left")
 def by_keyboard():
     with Office() as desktop:
-        reader = desktop.reader
         for tab, text in {"Tasks": "Needs you", "AIs": "Your AIs", "Macs": "Online", "General": "Open at login"}.items():
             desktop.turn_to(tab, text)
             wait_for("a focus", desktop.focused)
