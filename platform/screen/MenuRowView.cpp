@@ -124,7 +124,7 @@ QString MenuRowView::accessibleText() const {
 int MenuRowView::rowHeight() const {
   switch (row_.form) {
     case MenuRow::Form::separator: return px(11);
-    case MenuRow::Form::section: return px(24);
+    case MenuRow::Form::section:
     case MenuRow::Form::pair: return px(24);
     case MenuRow::Form::attention: return px(subtitle_.isEmpty() ? 26 : 40);
     case MenuRow::Form::normal: return px(subtitle_.isEmpty() ? 24 : 40);

@@ -35,7 +35,7 @@ double pointsOf(View::Role role) {
     case View::Role::largeTitle: return 26;
     case View::Role::title: return 20;
     case View::Role::headline: return 14;
-    case View::Role::caption: return 12;
+    case View::Role::caption:
     case View::Role::heading: return 12;
     case View::Role::footnote: return 11;
     case View::Role::body:

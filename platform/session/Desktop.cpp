@@ -131,7 +131,7 @@ class CurrentDesktop final : public DesktopSession {
 }  // namespace
 
 std::string launcherOf(Files& files, const Environment& environment, const Url& home, const Url& bundle) {
-  const std::string program = bundle.appending("Contents/MacOS/KestreluneMenu").path();
+  std::string program = bundle.appending("Contents/MacOS/KestreluneMenu").path();
   if (bundle.path() != home.appending("Applications/Kestrelune.app").path()) return program;
   const auto entry = desktop_entry::findApplication(files, environment, home.path(), "com.kestrelune.menu");
   if (!entry) return program;
@@ -147,7 +147,8 @@ Environment sessionVariables(const Environment& environment) {
   return found;
 }
 
-std::unique_ptr<DesktopSession> makeDesktopSession(RunLoop& loop, TaskLauncher& launcher, DesktopOptions options) {
+std::unique_ptr<DesktopSession> makeDesktopSession(RunLoop& loop, TaskLauncher& launcher,
+                                                   const DesktopOptions& options) {
   return std::make_unique<CurrentDesktop>(static_cast<SessionRunLoop&>(loop), launcher, options);
 }
 

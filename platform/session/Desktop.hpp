@@ -38,6 +38,7 @@ class DesktopSession : public Session {
 /// The session of this desktop: status item, menu, notifications over the session bus; windows, questions and the
 /// clipboard through the screen, which is started when something must be shown. Works, with less, where there is no
 /// bus or no display, and picks up a bus peer that comes late or comes back. `loop` is one of `makeSessionRunLoop`.
-std::unique_ptr<DesktopSession> makeDesktopSession(RunLoop& loop, TaskLauncher& launcher, DesktopOptions options);
+std::unique_ptr<DesktopSession> makeDesktopSession(RunLoop& loop, TaskLauncher& launcher,
+                                                   const DesktopOptions& options);
 
 }  // namespace kestrelune

@@ -66,13 +66,13 @@ void DesktopTerminal::run(const std::string& command, std::function<void(const s
 std::string DesktopTerminal::makeMarker() const {
   const auto folder = environment_.find("XDG_RUNTIME_DIR");
   const bool usable = folder != environment_.end() && folder->second.starts_with('/');
-  const std::string path = (usable ? folder->second : "/tmp") + "/kestrelune-" + text::makeUuid();
+  std::string path = (usable ? folder->second : "/tmp") + "/kestrelune-" + text::makeUuid();
   const Outcome<int> file = files_.open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
   if (file) files_.close(file.value);
   return path;
 }
 
-void DesktopTerminal::tryNext(std::shared_ptr<Attempt> attempt) {
+void DesktopTerminal::tryNext(const std::shared_ptr<Attempt>& attempt) {
   while (!attempt->left.empty()) {
     const terminal_plan::Emulator emulator = std::move(attempt->left.front());
     attempt->left.pop_front();

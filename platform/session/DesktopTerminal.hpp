@@ -31,7 +31,7 @@ class DesktopTerminal final : public Terminal {
  private:
   struct Attempt;
 
-  void tryNext(std::shared_ptr<Attempt> attempt);
+  void tryNext(const std::shared_ptr<Attempt>& attempt);
   void ended(const std::shared_ptr<Attempt>& attempt, const TaskEnd& end);
   std::string makeMarker() const;
 

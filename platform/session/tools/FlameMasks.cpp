@@ -86,7 +86,8 @@ Masks render(int size) {
     for (int x = 0; x < size; ++x) {
       int flame = 0, grown = 0;
       for (int i = 0; i < kSamples * kSamples; ++i) {
-        const Point p{x + (i % kSamples + 0.5) / kSamples, y + (i / kSamples + 0.5) / kSamples};
+        const int column = i % kSamples, row = i / kSamples;
+        const Point p{x + (column + 0.5) / kSamples, y + (row + 0.5) / kSamples};
         const bool in = inside(outline, p);
         flame += in;
         grown += in || isNear(outline, p, distance);

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <functional>
 #include <utility>
 
@@ -210,7 +209,7 @@ Outcome<std::size_t> FakeFiles::read(int descriptor, char* buffer, std::size_t s
   if (open.node->kind == Kind::folder) return {0, EISDIR};
   const std::size_t count =
       std::min(size, open.node->content.size() - std::min(open.offset, open.node->content.size()));
-  std::memcpy(buffer, open.node->content.data() + open.offset, count);
+  std::copy_n(open.node->content.data() + open.offset, count, static_cast<char*>(buffer));
   open.offset += count;
   return {count, 0};
 }

@@ -164,6 +164,13 @@ View appRow(const SetupAppRow& row, std::size_t index) {
   return view;
 }
 
+/// As far from the edge as the text of a check box.
+View indented(View view) {
+  return {.kind = Kind::row,
+          .spacing = 0,
+          .children = {{.kind = Kind::spacer, .width = kBoxRoom}, stack({std::move(view)})}};
+}
+
 void addSharedTools(const std::optional<SharedToolsState>& state, Children& children) {
   if (!state) return;
   const std::vector<SharedTool> shown = state->shown();
@@ -175,20 +182,16 @@ void addSharedTools(const std::optional<SharedToolsState>& state, Children& chil
     const SharedTool& tool = shown[index];
     View detail = secondary(ShareTools::detail(tool));
     detail.role = View::Role::caption;
-    View title = label(ShareTools::title(tool.id));
-    if (tool.mode != "task") {
-      title = View{.kind = Kind::toggle,
-                   .key = SetupKeys::kTool + tool.id,
-                   .text = ShareTools::title(tool.id),
-                   .help = detail.text,
-                   .on = tool.on};
+    if (tool.mode == "task") {
+      block.children.push_back(indented(stack({label(ShareTools::title(tool.id)), std::move(detail)}, 1)));
+      continue;
     }
-    const bool boxed = title.kind == Kind::toggle;
-    View texts = boxed ? std::move(detail) : stack({std::move(title), std::move(detail)}, 1);
-    View line{.kind = Kind::row,
-              .spacing = 0,
-              .children = {{.kind = Kind::spacer, .width = kBoxRoom}, stack({std::move(texts)})}};
-    block.children.push_back(boxed ? stack({std::move(title), std::move(line)}, 1) : std::move(line));
+    View toggle{.kind = Kind::toggle,
+                .key = SetupKeys::kTool + tool.id,
+                .text = ShareTools::title(tool.id),
+                .help = detail.text,
+                .on = tool.on};
+    block.children.push_back(stack({std::move(toggle), indented(std::move(detail))}, 1));
   }
   children.push_back(std::move(block));
 }
