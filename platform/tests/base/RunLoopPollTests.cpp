@@ -25,6 +25,7 @@ TEST_F(RunLoopPollTest, PostsFromManyThreadsArriveInTheirOrderOnTheMainThread) {
   std::vector<int> last(kThreads, -1);
   int seen = 0;
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int i = 0; i < kThreads; ++i)
     threads.emplace_back([&, i] {
       for (int n = 0; n < kEach; ++n)

@@ -22,13 +22,13 @@ using Kind = View::Kind;
 View text(std::string words, std::string key = "") {
   return {.kind = Kind::text, .key = std::move(key), .text = std::move(words)};
 }
-View button(std::string key, View::ButtonStyle style = View::ButtonStyle::normal) {
+View button(const std::string& key, View::ButtonStyle style = View::ButtonStyle::normal) {
   return {.kind = Kind::button, .key = key, .text = key, .style = style};
 }
 
 class WindowTest : public testing::Test {
  protected:
-  void show(View tree, WindowSpec spec = {.id = "w", .width = 400, .height = 300}) {
+  void show(const View& tree, const WindowSpec& spec = {.id = "w", .width = 400, .height = 300}) {
     host = std::make_unique<WindowHost>(spec, tree);
     host->onEvent = [this](const ViewEvent& event) { events.push_back(event); };
     host->onClosed = [this] { closed = true; };

@@ -35,7 +35,7 @@ struct DesktopWorkspaceTest : testing::Test {
   }
   DesktopWorkspace make(bool dryRun = false) {
     return DesktopWorkspace(
-        [this](const Url& file, std::function<void(bool)> answer) {
+        [this](const Url& file, const std::function<void(bool)>& answer) {
           shown.push_back(file.path());
           loop.post([this, answer] { answer(hasFileManager); });
         },

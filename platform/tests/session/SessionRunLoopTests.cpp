@@ -47,6 +47,7 @@ TEST_F(SessionRunLoopTest, PostsFromManyThreadsAllArriveOnTheMainThread) {
   const auto mainThread = std::this_thread::get_id();
   int seen = 0;
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int i = 0; i < kThreads; ++i)
     threads.emplace_back([&] {
       for (int n = 0; n < kEach; ++n)
