@@ -24,7 +24,9 @@ void focusLine(QPainter& painter, const QRectF& box) {
 }  // namespace
 
 PushButton::PushButton() {
-  setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+  QSizePolicy policy(QSizePolicy::Maximum, QSizePolicy::Fixed);
+  policy.setHeightForWidth(true);
+  setSizePolicy(policy);
   setAutoDefault(true);
   setAttribute(Qt::WA_Hover);
 }
@@ -37,14 +39,26 @@ void PushButton::setLook(const QString& text, View::ButtonStyle style) {
   updateGeometry();
 }
 
-QSize PushButton::sizeHint() const {
-  const QFontMetrics measures(font());
-  const int padding = px(isPlain() ? kPlainPadding : kPadding);
-  const int height = std::max(px(style_ == Style::primary ? kHeight + 4 : kHeight), measures.height() + px(4));
-  return {measures.size(Qt::TextShowMnemonic, text()).width() + 2 * padding, height};
+int PushButton::padding() const { return px(isPlain() ? kPlainPadding : kPadding); }
+
+QSize PushButton::around(const QSize& text) const {
+  const int least = px(style_ == Style::primary ? kHeight + 4 : kHeight);
+  return {text.width() + 2 * padding(), std::max(least, text.height() + px(4))};
 }
 
-QSize PushButton::minimumSizeHint() const { return sizeHint(); }
+QSize PushButton::sizeHint() const { return around(QFontMetrics(font()).size(Qt::TextShowMnemonic, text())); }
+
+/// As wide as its longest word.
+QSize PushButton::minimumSizeHint() const {
+  return around(QFontMetrics(font()).size(Qt::TextShowMnemonic, text().replace(' ', '\n')));
+}
+
+int PushButton::heightForWidth(int width) const {
+  if (width >= sizeHint().width()) return sizeHint().height();
+  const QRect room(0, 0, width - 2 * padding(), QWIDGETSIZE_MAX);
+  return around(QFontMetrics(font()).boundingRect(room, Qt::TextWordWrap | Qt::TextShowMnemonic, text()).size())
+      .height();
+}
 
 void PushButton::paintEvent(QPaintEvent*) {
   QPainter painter(this);
@@ -71,7 +85,9 @@ void PushButton::paintEvent(QPaintEvent*) {
   font.setUnderline(isPlain() && underMouse() && !hasFocus());
   painter.setFont(font);
   painter.setPen(ink);
-  painter.drawText(rect(), Qt::AlignCenter | Qt::TextSingleLine | Qt::TextHideMnemonic, text());
+  const bool whole = width() >= sizeHint().width();
+  painter.drawText(rect().adjusted(padding(), 0, -padding(), 0),
+                   Qt::AlignCenter | Qt::TextHideMnemonic | (whole ? Qt::TextSingleLine : Qt::TextWordWrap), text());
   if (!hasFocus()) return;
   if (isPlain()) {
     // No frame: its text stands in line with what is above and below.

@@ -9,7 +9,7 @@
 
 namespace kestrelune {
 
-/// A push button in the forms of `View::ButtonStyle`.
+/// A push button in the forms of `View::ButtonStyle`. Its title stands in one line where there is room for that.
 class PushButton final : public QPushButton {
   Q_OBJECT
  public:
@@ -18,11 +18,15 @@ class PushButton final : public QPushButton {
   View::ButtonStyle style() const { return style_; }
   QSize sizeHint() const override;
   QSize minimumSizeHint() const override;
+  bool hasHeightForWidth() const override { return true; }
+  int heightForWidth(int width) const override;
 
  protected:
   void paintEvent(QPaintEvent* event) override;
 
  private:
+  int padding() const;
+  QSize around(const QSize& text) const;
   bool isPlain() const { return style_ == View::ButtonStyle::link || style_ == View::ButtonStyle::borderless; }
 
   View::ButtonStyle style_ = View::ButtonStyle::normal;

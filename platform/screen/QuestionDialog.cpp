@@ -113,7 +113,7 @@ QuestionDialog::QuestionDialog(const Question& question) : cancelButton_(questio
     button->setDefault(i == 0);
     connect(button, &QPushButton::clicked, this, [this, i] { answer(static_cast<int>(i)); });
     // The default stands at the right, as the last in reading order.
-    buttons->insertWidget(1, button);
+    buttons->insertWidget(1, button, 0, Qt::AlignVCenter);
     if (i == 0) button->setFocus();
   }
 

@@ -16,6 +16,7 @@ namespace {
 using metrics::px;
 
 constexpr qsizetype kMostVisibleCharacters = 2000;
+constexpr double kLeastWidth = 90;
 constexpr int kSpinnerFrame = 80, kSpinnerSpokes = 12;
 
 }  // namespace
@@ -28,12 +29,13 @@ void ElidedLabel::setText(const QString& text, const QColor& color) {
   update();
 }
 
+/// What stands beside it gets its room first, but for this.
 QSize ElidedLabel::sizeHint() const {
   const QFontMetrics measures(font());
-  return {measures.horizontalAdvance(text_) + 2, measures.height()};
+  return {std::min(measures.horizontalAdvance(text_) + 2, px(kLeastWidth)), measures.height()};
 }
 
-QSize ElidedLabel::minimumSizeHint() const { return {px(20), QFontMetrics(font()).height()}; }
+QSize ElidedLabel::minimumSizeHint() const { return sizeHint(); }
 
 void ElidedLabel::paintEvent(QPaintEvent*) {
   QPainter painter(this);

@@ -11,4 +11,6 @@ Language languageOf(const std::vector<std::string>& preferredLanguages) {
 
 Language currentLanguage() { return languageOf(system::preferredLanguages()); }
 
+std::string TextRow::text(Language language) const { return language == Language::german ? german : english; }
+
 }  // namespace kestrelune

@@ -25,7 +25,7 @@ struct TextRow {
   const char* english;
   const char* german;
 
-  std::string text(Language language) const { return language == Language::german ? german : english; }
+  std::string text(Language language) const;
 };
 
 using TextTable = std::span<const TextRow>;
