@@ -38,12 +38,14 @@ QColor separator() { return pick("#d9d9de", "#4a4a4f"); }
 QColor background() { return pick("#f6f6f8", "#2b2b2d"); }
 QColor menuBackground() { return pick("#fbfbfc", "#2d2d30"); }
 QColor panel() { return pick("#e9e9ee", "#38383c"); }
-QColor control() { return pick("#ffffff", "#4b4b50"); }
+QColor control() { return pick("#ffffff", "#3f3f44"); }
 QColor controlEdge() { return pick("#c4c4cb", "#626268"); }
 QColor mark() { return pick("#85858d", "#8b8b94"); }
 QColor trough() { return pick("#dedee3", "#1f1f21"); }
-QColor accent() { return pick("#1f62c4", "#2b6fd6"); }
+QColor accent() { return pick("#1f62c4", "#2566cc"); }
 QColor onAccent() { return Qt::white; }
+QColor secondaryOnAccent() { return pick("#e4ecf8", "#e5edf9"); }
+QColor dotRing() { return "#181818"; }
 
 QColor tint(View::Tint tint) {
   switch (tint) {

@@ -25,6 +25,8 @@ QColor mark();         ///< the line around a box, the ground of a switch that i
 QColor trough();       ///< the ground of a picker
 QColor accent();       ///< dark enough for white text
 QColor onAccent();
+QColor secondaryOnAccent();
+QColor dotRing();  ///< around the dot on the icon, whatever ground that is on
 QColor tint(View::Tint tint);
 /// The pill's ground, for white text.
 QColor pill(StatusItemLook::PillTone tone);

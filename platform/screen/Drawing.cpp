@@ -43,7 +43,7 @@ QPixmap trayPixmap(int size, const StatusItemLook& look) {
   painter.strokePath(path, QPen(QColor(255, 255, 255, 230), 1.6 * edge, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
   painter.fillPath(path, QColor("#33302e"));
   const double dotSize = size * 0.42;
-  dot(painter, {size - dotSize, size - dotSize, dotSize, dotSize}, colors::fromColor(look.dot), Qt::white);
+  dot(painter, {size - dotSize, size - dotSize, dotSize, dotSize}, colors::fromColor(look.dot));
   return pixmap;
 }
 
@@ -51,9 +51,9 @@ QPixmap trayPixmap(int size, const StatusItemLook& look) {
 
 void flame(QPainter& painter, const QRectF& box, const QColor& color) { painter.fillPath(flamePath(box), color); }
 
-void dot(QPainter& painter, const QRectF& box, const QColor& color, const QColor& ring) {
+void dot(QPainter& painter, const QRectF& box, const QColor& color) {
   painter.setPen(Qt::NoPen);
-  painter.setBrush(ring);
+  painter.setBrush(colors::dotRing());
   painter.drawEllipse(box);
   const double width = box.width() * 0.16;
   painter.setBrush(color);

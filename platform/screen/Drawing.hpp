@@ -12,7 +12,7 @@ namespace kestrelune::drawing {
 /// The flame in `color`, filling `box` in its own proportions.
 void flame(QPainter& painter, const QRectF& box, const QColor& color);
 /// The dot with a ring that separates it from whatever lies behind.
-void dot(QPainter& painter, const QRectF& box, const QColor& color, const QColor& ring);
+void dot(QPainter& painter, const QRectF& box, const QColor& color);
 /// The icon of a tray whose colour isn't known: the flame with an outline that reads on light and dark, and the dot.
 QIcon trayIcon(const StatusItemLook& look);
 /// The flame on its own, for questions, title bars and task lists.

@@ -177,10 +177,8 @@ QColor MenuRowView::textColor() const {
 }
 
 QColor MenuRowView::detailColor() const {
-  if (!highlighted_) return isSelectable() ? colors::secondaryLabel() : colors::tertiaryLabel();
-  QColor color = colors::onAccent();
-  color.setAlphaF(0.88F);
-  return color;
+  if (highlighted_) return colors::secondaryOnAccent();
+  return isSelectable() ? colors::secondaryLabel() : colors::tertiaryLabel();
 }
 
 void MenuRowView::paintEvent(QPaintEvent*) {

@@ -71,8 +71,7 @@ void StripWindow::paintEvent(QPaintEvent*) {
   const QRectF icon(px(kPadding), (height() - px(kFlameHeight)) / 2.0, px(kFlameWidth), px(kFlameHeight));
   drawing::flame(painter, icon, colors::label());
   const double ring = px(kDot);
-  drawing::dot(painter, {icon.right() - ring, icon.bottom() - ring, ring, ring}, colors::fromColor(look_.dot),
-               colors::menuBackground());
+  drawing::dot(painter, {icon.right() - ring, icon.bottom() - ring, ring, ring}, colors::fromColor(look_.dot));
   const QString text = texts::oneLine(look_.pill, kLongestPill);
   if (text.isEmpty()) return;
   const QSize size = drawing::pillSize(text);

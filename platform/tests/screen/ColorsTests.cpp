@@ -37,7 +37,13 @@ TEST(Colors, TextCanBeReadOnItsGround) {
     for (const auto tone : {Tone::needsYou, Tone::done, Tone::running}) {
       EXPECT_GE(contrast(Qt::white, colors::pill(tone)), 4.5) << static_cast<int>(tone);
     }
-    EXPECT_GE(contrast(colors::label(), colors::control()), 4.5);
+    for (const auto tint : {View::Tint::primary, View::Tint::red}) {
+      EXPECT_GE(contrast(colors::tint(tint), colors::control()), 4.5) << static_cast<int>(tint);
+    }
+    for (const Color dot : {Color{46, 125, 91}, {217, 130, 43}, {208, 52, 44}, {201, 52, 0}}) {
+      EXPECT_GE(contrast(colors::fromColor(dot), colors::dotRing()), 3) << dot.red;
+    }
+    EXPECT_GE(contrast(colors::secondaryOnAccent(), colors::accent()), 4.5);
     EXPECT_GE(contrast(colors::label(), colors::trough()), 4.5);
     EXPECT_GE(contrast(colors::onAccent(), colors::accent()), 4.5);
   }
