@@ -46,6 +46,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // A folder without the right to look into it must not keep the next run from clearing up.
   for (const auto& entry :
        fs::recursive_directory_iterator(scratch / "out", fs::directory_options::skip_permission_denied))
-    if (entry.is_directory() && !entry.is_symlink()) fs::permissions(entry.path(), fs::perms::owner_all);
+    if (fs::is_directory(entry.symlink_status())) fs::permissions(entry.path(), fs::perms::owner_all);
   return 0;
 }
