@@ -138,24 +138,22 @@ void SetupWindowController::choose(const std::string& id) {
 
 void SetupWindowController::connect() {
   if (!model_.chosen) return;
-  model_.opened.insert(*model_.chosen);
-  if (const auto text = SetupFlow::clipboard(*model_.chosen)) copyText(*text);
+  const std::string family = *model_.chosen;
+  model_.opened.insert(family);
+  if (const auto text = SetupFlow::clipboard(family)) copyText(*text);
   render();
-  if (model_.chosen != "grok") return reconnect();
+  const auto reconnect = lifetime_.guarded([this, family] { actions_.perform(Action::reconnect(family)); });
+  if (family != "grok") return reconnect();
 
   // The desktop application is asked first; where it isn't installed, the page in the browser serves.
   const Url app = SetupFlow::grokBotApp();
   if (configuration_.dryRun) return openExternal(app);
-  outside_.session.workspace().canOpen(app, lifetime_.guarded([this, app](bool handled) {
+  outside_.session.workspace().canOpen(app, lifetime_.guarded([this, app, reconnect](bool handled) {
     if (!handled) return reconnect();
-    outside_.session.workspace().open(app, lifetime_.guarded([this](bool opened) {
+    outside_.session.workspace().open(app, [reconnect](bool opened) {
       if (!opened) reconnect();
-    }));
+    });
   }));
-}
-
-void SetupWindowController::reconnect() {
-  if (model_.chosen) actions_.perform(Action::reconnect(*model_.chosen));
 }
 
 void SetupWindowController::performRow(std::size_t index) {

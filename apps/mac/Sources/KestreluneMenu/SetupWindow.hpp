@@ -43,7 +43,6 @@ class SetupWindowController {
   void startAccount();
   void choose(const std::string& id);
   void connect();
-  void reconnect();
   void performRow(std::size_t index);
   void toggleTool(const std::string& id, bool on);
   void tryFirstTask();
