@@ -36,7 +36,10 @@ LoginItem::Status DesktopLoginItem::status() const {
   const bool off =
       entry.contains("X-GNOME-Autostart-enabled") && !desktop_entry::isTrue(entry, "X-GNOME-Autostart-enabled");
   if (off || desktop_entry::isTrue(entry, "Hidden")) return Status::requiresApproval;
-  return entry.contains("Exec") ? Status::enabled : Status::notRegistered;
+  // A desktop passes over one whose application is gone.
+  const auto tried = entry.find("TryExec");
+  const bool isGone = tried != entry.end() && !isExecutableFile(files_, tried->second);
+  return entry.contains("Exec") && !isGone ? Status::enabled : Status::notRegistered;
 }
 
 std::string DesktopLoginItem::registerItem(bool asked) {
