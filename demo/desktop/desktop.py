@@ -126,6 +126,7 @@ class Desktop:
         self.stack = contextlib.ExitStack()
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="kestrelune-desktop-"))
         self.stack.callback(shutil.rmtree, self.folder, ignore_errors=True)
+        self.stack.callback(self._read_findings)
         self.home = self.folder / "home"
         self.runner = self.folder / "runner"
         self.status = self.runner / "status.json"
@@ -162,9 +163,16 @@ class Desktop:
             "LD_PRELOAD": "libnss_wrapper.so", "NSS_WRAPPER_PASSWD": str(self.folder / "passwd"),
             "NSS_WRAPPER_GROUP": str(self.folder / "group"), "GSETTINGS_BACKEND": "memory",
             # For a build with sanitizers: what the toolkit keeps is no leak of ours, and deep binding is not for it.
-            "ASAN_OPTIONS": "detect_leaks=0", "NSS_WRAPPER_DISABLE_DEEPBIND": "1",
+            "ASAN_OPTIONS": f"detect_leaks=0:log_path={self.folder}/finding",
+            "UBSAN_OPTIONS": f"print_stacktrace=1:log_path={self.folder}/finding", "NSS_WRAPPER_DISABLE_DEEPBIND": "1",
             "DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.folder}/no-bus",
         }
+
+    def _read_findings(self):
+        """What a sanitizer said of any process, also of one that was started again at once."""
+        findings = [file.read_text(errors="replace") for file in self.folder.glob("finding*")]
+        if findings:
+            raise Failure("\n".join(findings))
 
     def _set(self, key, value):
         self.environment[key] = os.environ[key] = value
