@@ -24,7 +24,7 @@ void focusLine(QPainter& painter, const QRectF& box) {
 }  // namespace
 
 PushButton::PushButton() {
-  QSizePolicy policy(QSizePolicy::Maximum, QSizePolicy::Fixed);
+  QSizePolicy policy(QSizePolicy::Maximum, QSizePolicy::Minimum);
   policy.setHeightForWidth(true);
   setSizePolicy(policy);
   setAutoDefault(true);
@@ -48,9 +48,10 @@ QSize PushButton::around(const QSize& text) const {
 
 QSize PushButton::sizeHint() const { return around(QFontMetrics(font()).size(Qt::TextShowMnemonic, text())); }
 
-/// As wide as its longest word.
+/// As wide as its longest word; how high it then is, the width tells.
 QSize PushButton::minimumSizeHint() const {
-  return around(QFontMetrics(font()).size(Qt::TextShowMnemonic, text().replace(' ', '\n')));
+  const QSize words = QFontMetrics(font()).size(Qt::TextShowMnemonic, text().replace(' ', '\n'));
+  return {around(words).width(), sizeHint().height()};
 }
 
 int PushButton::heightForWidth(int width) const {
