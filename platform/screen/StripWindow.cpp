@@ -17,13 +17,17 @@ namespace {
 using metrics::px;
 
 constexpr double kHeight = 26, kPadding = 8, kFlameWidth = 22, kFlameHeight = 20, kDot = 8, kGap = 5, kEdge = 8;
+/// Where a compositor keeps to itself what its panel takes, the panel would cover the strip.
+constexpr double kPanelRoom = 40;
 constexpr qsizetype kLongestPill = 200;
+
+bool usesXwayland() { return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"); }
 
 Qt::WindowFlags stripFlags() {
   const Qt::WindowFlags flags =
       Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint;
   // A compositor that arranges the windows of Xwayland would put it in the middle of the screen.
-  return qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ? flags : flags | Qt::X11BypassWindowManagerHint;
+  return usesXwayland() ? flags | Qt::X11BypassWindowManagerHint : flags;
 }
 
 }  // namespace
@@ -60,7 +64,9 @@ void StripWindow::place() {
   const QScreen* screen = QGuiApplication::primaryScreen();
   if (!screen) return;
   const QRect available = screen->availableGeometry();
-  setGeometry(available.right() + 1 - width - px(kEdge), available.top() + px(kEdge), width, px(kHeight));
+  const bool mayBeCovered = usesXwayland() && available == screen->geometry();
+  setGeometry(available.right() + 1 - width - px(kEdge), available.top() + px(mayBeCovered ? kPanelRoom : kEdge), width,
+              px(kHeight));
   drawing::cutCorners(*this, height() / 2.0);
 }
 
