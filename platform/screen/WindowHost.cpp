@@ -148,6 +148,8 @@ void WindowHost::fit() {
                                                              : root_->widget()->sizeHint().height();
   const QScreen* at = screen() ? screen() : QGuiApplication::primaryScreen();
   const int most = at->availableGeometry().height() - px(kFrameRoom);
+  // Left to itself a bar that was there once stays, since the narrower content is higher.
+  scroll_->setVerticalScrollBarPolicy(wanted > most ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff);
   setFixedSize(width, std::clamp(wanted, std::min(px(spec_.height), most), most));
 }
 
