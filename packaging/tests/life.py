@@ -3,6 +3,7 @@
 
 Real programs, really signed, a real service, the real script. Where the machine gives no namespaces it says so.
 """
+import contextlib
 import json
 import os
 import pathlib
@@ -28,9 +29,9 @@ def equal(got, wanted, what):
         raise AssertionError(f"{what}: {got!r}, wanted {wanted!r}")
 
 
-def confirmed(stage, number):
+def confirmed(stage, number, **known):
     wait_for(f"the end of the update to {number}", lambda: stage.files() and stage.files() <= KEPT and stage.installed_build() == number)
-    equal(stage.state(), {"schemaVersion": 1}, "the state")
+    equal(stage.state(), {"schemaVersion": 1, **known}, "the state")
     wait_for("the companion", stage.running)
 
 
@@ -71,6 +72,36 @@ def full_disk(stage, good):
         processed(stage, 2)
         equal((stage.installed_build(), stage.files() - KEPT), (41, set()), f"with room for {room} bytes")
         release.run("umount", "-l", stage.folder)
+    confirmed(stage, 42)
+
+
+def read_only_folder(stage, good):
+    stage.install(good[41])
+    stage.service.publish(good[42])
+    place = stage.installed.parent
+    release.run("mount", "--bind", place, place)
+    try:
+        release.run("mount", "-o", "remount,ro,bind", place)
+        stage.start()
+        processed(stage, 2)
+        equal((stage.installed_build(), stage.files() - KEPT), (41, set()), "what a folder that can't be written to led to")
+    finally:
+        release.run("umount", "-l", place)
+    confirmed(stage, 42, notifiedBuild=42)  # the user was told of it
+
+
+def sleeps(stage, good):
+    """Everything of the account stands still for longer than anything is waited for, at several moments."""
+    stage.install(good[41])
+    stage.service.publish(good[42])
+    stage.start()
+    for what, come in {"what the archive holds": lambda: "staged-42" in stage.files(), "the other build": lambda: stage.installed_build() == 42}.items():
+        wait_for(what, come)
+        for number in signal.SIGSTOP, signal.SIGCONT:
+            for pid in stage.processes():
+                with contextlib.suppress(ProcessLookupError):
+                    os.kill(pid, number)
+            time.sleep(8 if number == signal.SIGSTOP else 0)
     confirmed(stage, 42)
 
 
@@ -255,7 +286,7 @@ def attacks(stage, good):
     confirmed(stage, 99)
 
 
-SCENARIOS = [whole_life, script_stopped_at_each_command, across_file_systems, full_disk, crashes, hangs, never_confirms, is_killed, attacks]
+SCENARIOS = [whole_life, script_stopped_at_each_command, across_file_systems, full_disk, read_only_folder, sleeps, crashes, hangs, never_confirms, is_killed, attacks]
 
 
 def main():
