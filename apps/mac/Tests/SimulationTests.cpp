@@ -28,14 +28,11 @@ class Simulation {
     std::filesystem::permissions(world_.folder.path("root/node/current/bin/node"), std::filesystem::perms::owner_all);
     world_.folder.write("root/bin/kestrelune", "");
     std::filesystem::permissions(world_.folder.path("root/bin/kestrelune"), std::filesystem::perms::owner_all);
-    Outside outside = world_.outside();
-    outside.execute = [this](const HelperCommand&, double, const auto& completed) { commands_.push_back(completed); };
-    controller_ = std::make_unique<MenuController>(world_.configuration(), std::move(outside));
-    controller_->background().start();
+    start();
   }
 
   void step() {
-    switch (upTo(16)) {
+    switch (upTo(20)) {
       case 0: return writeStatus(world_.clock.now() - 600);
       case 1: return writeFile(R"({"schemaVersion":1,"pid":)");
       case 2: return removeStatus();
@@ -50,6 +47,14 @@ class Simulation {
       case 11: return showAgain();
       case 12: return world_.loop.pass(upTo(40));
       case 13: return controller_->background().start();
+      case 14:
+        return controller_->showWindow(std::vector<std::string>{"tasks", "ais", "macs", "general"}[random_() % 4]);
+      case 15:
+        return controller_->showSetupWindow(
+            std::vector{SetupStep::account, SetupStep::ai, SetupStep::mac}[random_() % 3]);
+      case 16:
+      case 17: return useWindow();
+      case 18: return upTo(4) == 0 ? restart() : void();
       default: return writeStatus(world_.clock.now());
     }
   }
@@ -71,11 +76,7 @@ class Simulation {
 
   /// Once all is well outside, all is well inside, however it got there.
   void recover() {
-    while (world_.session.alert().isOpen()) world_.session.alert().answer({}), world_.loop.turn();
-    while (!commands_.empty()) completeCommand(0);
-    for (std::size_t i = 0; i < world_.tasks.children.size(); ++i)
-      if (!isHelper(i)) world_.tasks.end(i, {});
-    world_.loop.turn();
+    endAllElse();
     if (runningHelpers() == 0) {
       ASSERT_TRUE(controller_->background().restart());
     }
@@ -90,6 +91,31 @@ class Simulation {
   }
 
  private:
+  void start() {
+    Outside outside = world_.outside();
+    outside.execute = [this](const HelperCommand&, double, const auto& completed) { commands_.push_back(completed); };
+    controller_ = std::make_unique<MenuController>(world_.configuration(), std::move(outside));
+    controller_->background().start();
+  }
+  /// Quits, or is killed; what it had asked or started tells nobody any more.
+  void restart() {
+    if (upTo(2) == 0) controller_->stop();
+    controller_.reset();
+    world_.session.windows().shown.clear();
+    endAllElse();
+    for (std::size_t i = 0; i < world_.tasks.children.size(); ++i) world_.tasks.end(i, {});
+    world_.loop.turn();
+    announced_.clear();
+    start();
+  }
+  void endAllElse() {
+    while (world_.session.alert().isOpen()) world_.session.alert().answer({}), world_.loop.turn();
+    while (!commands_.empty()) completeCommand(0);
+    for (std::size_t i = 0; i < world_.tasks.children.size(); ++i)
+      if (!isHelper(i)) world_.tasks.end(i, {});
+    world_.loop.turn();
+  }
+
   int upTo(int count) { return static_cast<int>(random_() % static_cast<unsigned>(count)); }
 
   void writeFile(const std::string& text) {
@@ -133,6 +159,26 @@ class Simulation {
       collect(row.children, into);
     }
   }
+  void useWindow() {
+    FakeWindows& windows = world_.session.windows();
+    if (windows.shown.empty()) return;
+    const std::string window = std::next(windows.shown.begin(), upTo(static_cast<int>(windows.shown.size())))->first;
+    if (upTo(8) == 0) return windows.userCloses(window);
+    std::vector<std::pair<std::string, std::string>> uses;
+    collect(windows.shown.at(window).tree, uses);
+    if (uses.empty()) return;
+    const auto& [key, value] = uses[random_() % uses.size()];
+    if (const std::string again = "again/"; key.starts_with(again)) return;  // showAgain() knows what is expected then
+    windows.press(window, key, value);
+  }
+  static void collect(const View& view, std::vector<std::pair<std::string, std::string>>& into) {
+    if (view.kind == View::Kind::button || view.pressable) into.emplace_back(view.key, "");
+    if (view.kind == View::Kind::toggle) into.emplace_back(view.key, view.on ? "off" : "on");
+    for (const View& child : view.children) {
+      if (child.kind == View::Kind::option) into.emplace_back(view.key, child.key);
+      collect(child, into);
+    }
+  }
   void showAgain() {
     if (expectedMarks_.empty()) return;
     const std::string key = std::next(expectedMarks_.begin(), upTo(static_cast<int>(expectedMarks_.size())))->first;
@@ -167,12 +213,15 @@ class Simulation {
     const std::size_t child = running[random_() % running.size()];
     const int status = std::vector<int>{0, 1, 75, SIGKILL}[random_() % 4];
     // Those that a choice in the menu started tell of their failure; what only reads or reports doesn't.
-    static const std::set<std::string> kTelling = {"switch",        "share-tools", "workers",  "small-model",
-                                                   "auto-delegate", "profile",     "kickstart"};
+    static const std::set<std::string> kTelling = {"switch",        "share-tools", "workers",   "small-model",
+                                                   "auto-delegate", "profile",     "kickstart", "schedule"};
     if (status != 0 && kTelling.contains(children[child]->request.arguments.front())) ++expectedErrors_;
     const auto reason = status == SIGKILL ? TaskEnd::Reason::signalled : TaskEnd::Reason::exited;
-    world_.tasks.end(child, {reason, status, "", "it didn’t"});
+    world_.tasks.end(child, {reason, status, kAnswer, "it didn’t"});
   }
+  /// To "tasks" as well as to "schedules".
+  static constexpr char kAnswer[] =
+      R"({"tasks":[{"task_id":"1","state":"done"},{"task_id":"9"}],"schedules":[{"schedule_id":"s"}]})";
   bool isHelper(std::size_t child) const {
     return world_.tasks.children[child]->request.arguments.back() == "--service";
   }
