@@ -83,6 +83,21 @@ struct SetupFilesTest : testing::Test {
     EXPECT_EQ(files.content(kLauncher), HelperFiles::wrapper(place.root)) << context;
   }
   /// At each name an old or a new whole file or nothing, and a link that leads to a runtime that works.
+  /// Ends a run at each single call, and has what is left then looked at.
+  void stopEverywhere(const std::function<void(const std::string& context, bool fromOld)>& look) {
+    for (const bool fromOld : {false, true}) {
+      const auto layOut = [&] { fromOld ? layOutOldInstall() : layOutNothing(); };
+      layOut();
+      run();
+      const int count = files.calls();
+      for (int n = 1; n <= count; ++n) {
+        layOut();
+        files.crashAt(n);
+        EXPECT_THROW(run(), FakeFiles::Crash);
+        look(std::string(fromOld ? "old " : "empty ") + std::to_string(n), fromOld);
+      }
+    }
+  }
   void expectWorking(const std::string& context, bool fromOld) const {
     const auto oneOf = [&](const std::string& path, const std::string& older, const std::string& newer) {
       const std::string now = files.content(path).value_or("");
@@ -210,44 +225,24 @@ TEST_F(SetupFilesTest, WhatIsRefused) {
 }
 
 TEST_F(SetupFilesTest, StoppedAnywhereItLeavesWhatWorksAndTheNextRunRepairsIt) {
-  for (const bool fromOld : {false, true}) {
-    const auto layOut = [&] { fromOld ? layOutOldInstall() : layOutNothing(); };
-    layOut();
+  stopEverywhere([&](const std::string& context, bool fromOld) {
+    expectWorking(context, fromOld);
+    files.restart();
     run();
-    const int count = files.calls();
-    for (int n = 1; n <= count; ++n) {
-      const std::string context = std::string(fromOld ? "old " : "empty ") + std::to_string(n);
-      layOut();
-      files.crashAt(n);
-      EXPECT_THROW(run(), FakeFiles::Crash);
-      expectWorking(context, fromOld);
-      files.restart();
-      run();
-      expectWhole(context);
-      files.cutPower(FakeFiles::Cut::losesNames);
-      expectWhole(context + ", then a power cut");
-    }
-  }
+    expectWhole(context);
+    files.cutPower(FakeFiles::Cut::losesNames);
+    expectWhole(context + ", then a power cut");
+  });
 }
 
 TEST_F(SetupFilesTest, NoPowerCutLeavesLessThanWorked) {
-  for (const bool fromOld : {false, true})
-    for (const FakeFiles::Cut cut : {FakeFiles::Cut::losesNames, FakeFiles::Cut::losesContents}) {
-      const auto layOut = [&] { fromOld ? layOutOldInstall() : layOutNothing(); };
-      layOut();
+  for (const FakeFiles::Cut cut : {FakeFiles::Cut::losesNames, FakeFiles::Cut::losesContents})
+    stopEverywhere([&](const std::string& context, bool fromOld) {
+      files.cutPower(cut);
+      expectWorking(context, fromOld);
       run();
-      const int count = files.calls();
-      for (int n = 1; n <= count; ++n) {
-        const std::string context = std::string(fromOld ? "old " : "empty ") + std::to_string(n);
-        layOut();
-        files.crashAt(n);
-        EXPECT_THROW(run(), FakeFiles::Crash);
-        files.cutPower(cut);
-        expectWorking(context, fromOld);
-        run();
-        expectWhole(context);
-      }
-    }
+      expectWhole(context);
+    });
 }
 
 TEST_F(SetupFilesTest, EachCallMayFailOnce) {

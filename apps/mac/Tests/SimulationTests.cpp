@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <csignal>
@@ -18,6 +19,37 @@
 namespace kestrelune {
 namespace {
 
+/// Whether this process can write files, and open any.
+class Disk {
+ public:
+  enum class State { works, full, noDescriptors };
+  Disk() { std::signal(SIGXFSZ, SIG_IGN); }  // as the program does
+  ~Disk() { setTo(State::works); }
+  void setTo(State state) {
+    state_ = state;
+    apply(state);
+  }
+  bool hidesFiles() const { return state_ == State::noDescriptors; }
+  /// What the world does to its files always works.
+  struct Break {
+    explicit Break(const Disk& held) : disk(held) { apply(State::works); }
+    ~Break() { apply(disk.state_); }
+    const Disk& disk;
+  };
+
+ private:
+  static void apply(State state) {
+    for (const auto& [what, least, is] : {std::tuple(RLIMIT_FSIZE, rlim_t{0}, State::full),
+                                          std::tuple(RLIMIT_NOFILE, rlim_t{3}, State::noDescriptors)}) {
+      rlimit limit{};
+      getrlimit(what, &limit);
+      limit.rlim_cur = state == is ? least : limit.rlim_max;
+      setrlimit(what, &limit);
+    }
+  }
+  State state_ = State::works;
+};
+
 /// The program's own classes, in a world where anything may happen next. A seed replays a run exactly.
 class Simulation {
  public:
@@ -32,7 +64,7 @@ class Simulation {
   }
 
   void step() {
-    switch (upTo(20)) {
+    switch (upTo(23)) {
       case 0: return writeStatus(world_.clock.now() - 600);
       case 1: return writeFile(R"({"schemaVersion":1,"pid":)");
       case 2: return removeStatus();
@@ -55,6 +87,7 @@ class Simulation {
       case 16:
       case 17: return useWindow();
       case 18: return upTo(4) == 0 ? restart() : void();
+      case 19: return disk_.setTo(static_cast<Disk::State>(upTo(3)));
       default: return writeStatus(world_.clock.now());
     }
   }
@@ -63,11 +96,12 @@ class Simulation {
   void check() {
     world_.loop.turn();
     controller_->refresh();
+    const Disk::Break working(disk_);
     ASSERT_LE(runningHelpers(), 1) << "two helpers at a time";
     ASSERT_EQ(marks(), expectedMarks_) << "a mark was lost";
     ASSERT_EQ(errors(), expectedErrors_) << "a command ended with more or less than one message, the last being "
                                          << world_.tasks.commandLine(world_.tasks.children.size() - 1);
-    ASSERT_EQ(controller_->snapshot().status.has_value(), readable_) << "a readable status was hidden";
+    ASSERT_EQ(controller_->snapshot().status.has_value(), readable_ && !disk_.hidesFiles()) << "a status was hidden";
     if (world_.folder.has("runner/menubar.json")) {
       ASSERT_NO_THROW(Json::parse(world_.folder.read("runner/menubar.json"))) << "a heartbeat was half written";
     }
@@ -76,6 +110,7 @@ class Simulation {
 
   /// Once all is well outside, all is well inside, however it got there.
   void recover() {
+    disk_.setTo(Disk::State::works);
     endAllElse();
     if (runningHelpers() == 0) {
       ASSERT_TRUE(controller_->background().restart());
@@ -119,6 +154,7 @@ class Simulation {
   int upTo(int count) { return static_cast<int>(random_() % static_cast<unsigned>(count)); }
 
   void writeFile(const std::string& text) {
+    const Disk::Break working(disk_);
     world_.folder.write("runner/status.json", text);
     readable_ = false;
   }
@@ -261,6 +297,7 @@ class Simulation {
   }
 
   World world_;
+  Disk disk_;
   std::mt19937 random_;
   std::vector<std::function<void(const HelperCommandResult&)>> commands_;
   std::unique_ptr<MenuController> controller_;
@@ -271,12 +308,15 @@ class Simulation {
   bool readable_ = false;
 };
 
-/// KESTRELUNE_SIMULATION_STEPS asks for more steps than the few that each run of the tests takes.
+/// KESTRELUNE_SIMULATION_STEPS asks for more steps than the few that each run of the tests takes, and
+/// KESTRELUNE_SIMULATION_SEED for another seed to begin with.
 TEST(SimulationTest, WhateverHappensNothingIsLostAndThereIsAWayOut) {
   constexpr long kStepsOfARun = 500;
   const char* asked = std::getenv("KESTRELUNE_SIMULATION_STEPS");
   const long runs = std::max(1L, (asked ? std::atol(asked) : 5000) / kStepsOfARun);
-  for (std::uint32_t seed = 1; seed <= static_cast<std::uint32_t>(runs); ++seed) {
+  const char* first = std::getenv("KESTRELUNE_SIMULATION_SEED");
+  const auto begin = static_cast<std::uint32_t>(first ? std::atol(first) : 1);
+  for (std::uint32_t seed = begin; seed < begin + static_cast<std::uint32_t>(runs); ++seed) {
     Simulation simulation(seed);
     for (long step = 0; step < kStepsOfARun; ++step) {
       SCOPED_TRACE("seed " + std::to_string(seed) + ", step " + std::to_string(step));
