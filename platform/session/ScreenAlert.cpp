@@ -12,6 +12,7 @@ namespace {
 
 using namespace messages;
 
+constexpr int kMostLosses = 2;  ///< screens that may end with a question before it counts as cancelled
 constexpr int kCopyAttempts = 2;
 constexpr double kCopyTaken = 2;  ///< seconds after which a screen that lives has taken a text
 
@@ -26,9 +27,7 @@ ScreenAlert::ScreenAlert(RunLoop& loop, ScreenPort& port)
                                 if (answered && !waiting_.empty() && answered->id == id_)
                                   answer({answered->button, answered->text});
                               },
-                              [this] {
-                                if (!waiting_.empty()) answer({});
-                              }})) {}
+                              [this] { lost(); }})) {}
 
 void ScreenAlert::ask(const Question& asked, std::function<void(const Answer&)> answered) {
   Question question = asked;
@@ -54,7 +53,15 @@ void ScreenAlert::showFirst() {
   port_.send(Ask{++id_, waiting_.front().question});
 }
 
+/// It may never have been seen: a screen that has nothing to show ends while a question is on its way.
+void ScreenAlert::lost() {
+  if (waiting_.empty()) return;
+  if (++losses_ < kMostLosses && port_.hasDisplay()) return port_.ensure();
+  answer({});
+}
+
 void ScreenAlert::answer(const Answer& answer) {
+  losses_ = 0;
   const Asked first = std::move(waiting_.front());
   waiting_.pop_front();
   showFirst();

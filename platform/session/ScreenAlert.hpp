@@ -10,7 +10,8 @@
 
 namespace kestrelune {
 
-/// Questions on the screen, one at a time. One that the screen took with it when it ended counts as cancelled.
+/// Questions on the screen, one at a time. One that is open when the screen ends is asked again once; then it counts as
+/// cancelled.
 class ScreenAlert final : public Alert {
  public:
   ScreenAlert(RunLoop& loop, ScreenPort& port);
@@ -24,12 +25,14 @@ class ScreenAlert final : public Alert {
   };
 
   void showFirst();
+  void lost();
   void answer(const Answer& answer);
 
   RunLoop& loop_;
   ScreenPort& port_;
   std::deque<Asked> waiting_;  ///< the first is the one being asked
   int id_ = 0;                 ///< of the first
+  int losses_ = 0;             ///< screens that ended with the first
   std::unique_ptr<Subscription> listening_;
   Lifetime lifetime_;
 };

@@ -66,10 +66,13 @@ TEST_F(ScreenAlertTest, AnEqualQuestionThatIsOpenIsRaisedInstead) {
   EXPECT_EQ(asked(), (Strings{"a", "b", "a"}));
 }
 
-TEST_F(ScreenAlertTest, WhatTheScreenTakesAlongCountsAsCancelledAndTheNextIsAsked) {
+TEST_F(ScreenAlertTest, WhatTwoScreensTakeAlongCountsAsCancelledAndTheNextIsAsked) {
   ask("a");
   ask("b");
   port.start();
+  port.lose();
+  ASSERT_TRUE(port.start());
+  EXPECT_EQ(asked(), Strings{"a"});
   port.lose();
   EXPECT_EQ(answers, Strings{"a-"});
   ASSERT_TRUE(port.start());
