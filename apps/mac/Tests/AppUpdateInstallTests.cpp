@@ -124,7 +124,7 @@ TEST(AppUpdateInstall, StoppedAnywhereAWholeApplicationIsThereAndTheNextStartGoe
         EXPECT_EQ(wholeAt(files, kPlace), 42);
         EXPECT_EQ(account.state().skippedBuild, 30);
         if (there == 42) {
-          EXPECT_TRUE(files.content(kFolder + "/confirmed-42"));
+          EXPECT_TRUE(files.content(kFolder + "/confirmed-42") || wholeAt(files, kBackup) == 0) << "or long over";
         } else {
           EXPECT_TRUE(next.world.loop.stopped());
           EXPECT_EQ(next.world.tasks.children.size(), 1u);

@@ -368,7 +368,7 @@ TEST_F(AppUpdateTest, ReportsInAndConfirmsAfterTenSeconds) {
     world.clock.set({now});
     writeState(row.before);
     if (!row.rolledBack.empty()) world.folder.write("root/app-update/rolled-back", row.rolledBack);
-    for (const char* left : {"staged-41/x", "previous-40.app/x", ".placing-A"})
+    for (const char* left : {"staged-41/x", "previous-40.app/x", ".moving-previous-40.app/x", ".placing-A"})
       world.folder.write(std::string("root/app-update/") + left, "");
     make();
     EXPECT_EQ(state(), row.after) << row.name;
@@ -382,6 +382,9 @@ TEST_F(AppUpdateTest, ReportsInAndConfirmsAfterTenSeconds) {
     EXPECT_TRUE(world.folder.has("root/app-update/previous-40.app")) << row.name << ": the script's";
     world.loop.pass(60);
     EXPECT_NE(world.folder.has("root/app-update/previous-40.app"), row.confirms) << row.name << ": the script is gone";
+    world.loop.pass(600);
+    for (const char* stale : {"previous-40.app", ".moving-previous-40.app"})
+      EXPECT_EQ(world.folder.has(std::string("root/app-update/") + stale), row.after.find("pending") != row.after.npos);
   }
   std::filesystem::remove_all(world.folder.path("root/app-update"));
   make(true);

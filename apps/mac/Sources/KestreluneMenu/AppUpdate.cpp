@@ -10,6 +10,7 @@ namespace {
 
 constexpr double kPendingSeconds = 600;
 constexpr double kScriptSeconds = 60;  ///< far more than the script needs to see a confirmation
+constexpr double kStaleSeconds = 600;  ///< longer than any script lives
 
 }  // namespace
 
@@ -60,6 +61,12 @@ void AppSelfUpdater::reportIn() {
   }
   writeQuietly(state);
   if (confirms) confirmation_ = outside_.loop.after(AppUpdateTimes::kConfirmation, [this] { confirm(); });
+  // A script that was killed leaves them, and a build that was put aside keeps a package from bringing a newer one.
+  if (!confirms && !state.pending && files_.hasBackups()) {
+    confirmation_ = outside_.loop.after(kStaleSeconds, [this] {
+      if (!files_.read().pending) files_.removeBackups();
+    });
+  }
 }
 
 void AppSelfUpdater::confirm() {

@@ -129,9 +129,18 @@ void AppUpdateFiles::clean(std::optional<std::int64_t> keeping) const {
   }
 }
 
+std::vector<std::string> AppUpdateFiles::backups() const {
+  std::vector<std::string> names = files_.list(directory_.path()).value;
+  std::erase_if(names, [](const std::string& name) {
+    return !name.starts_with("previous-") && !name.starts_with(".moving-") && !name.starts_with("confirmed-");
+  });
+  return names;
+}
+
+bool AppUpdateFiles::hasBackups() const { return !backups().empty(); }
+
 void AppUpdateFiles::removeBackups() const {
-  for (const std::string& name : files_.list(directory_.path()).value)
-    if (name.starts_with("previous-")) removeTree(files_, directory_.appending(name).path());
+  for (const std::string& name : backups()) removeTree(files_, directory_.appending(name).path());
 }
 
 std::optional<Url> AppUpdateFiles::singleApp(const Url& folder) const {

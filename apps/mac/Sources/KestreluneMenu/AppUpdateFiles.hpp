@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "base/Files.hpp"
 #include "base/Json.hpp"
@@ -75,12 +76,16 @@ class AppUpdateFiles {
   std::optional<std::int64_t> takeRolledBack() const;
   /// Removes archives, unpacked releases and failed builds, except those of one build. Failures are passed over.
   void clean(std::optional<std::int64_t> keeping) const;
-  /// Removes every build that was put aside. Failures are passed over.
+  /// Whether there is anything that `removeBackups` removes.
+  bool hasBackups() const;
+  /// Removes every build that was put aside, what a move left half done, and confirmations. Failures are passed over.
   void removeBackups() const;
   /// The one application in an unpacked release; absent when there is anything else beside it.
   std::optional<Url> singleApp(const Url& folder) const;
 
  private:
+  std::vector<std::string> backups() const;
+
   Files& files_;
   Url directory_;
 };
