@@ -33,11 +33,7 @@ TEST(LastLineTest, IsTheLastOneThatIsntEmptyHoweverThePiecesFall) {
       {"without a line end", "one\ntwo", "two"},
       {"a blank rest", "one\n  ", "one"},
       {"trimmed, both kinds of line end", "  one \r\n", "one"},
-      {"invalid UTF-8",
-       "a\xff"
-       "b\n",
-       "a\xef\xbf\xbd"
-       "b"},
+      {"invalid UTF-8", "a\377b\n", "a\uFFFDb"},
       {"a long line", std::string(20000, 'a') + "b\n", std::string(8191, 'a') + "b"},
       {"a long rest", "x\n" + std::string(20000, 'a') + "b", std::string(8191, 'a') + "b"},
   };

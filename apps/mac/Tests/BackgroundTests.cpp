@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "Fakes/TestLoop.hpp"
 #include "Fakes/World.hpp"
 #include "base/System.hpp"
 
@@ -215,26 +216,6 @@ TEST_F(BackgroundTest, TheAliasIsALinkToTheRuntime) {
   EXPECT_EQ(BackgroundProcess::executable(folder.url("missing"), disk), folder.url("missing"));
 }
 
-/// A real loop on which seconds are milliseconds.
-class HurriedLoop final : public RunLoop {
- public:
-  void post(Work work) override { loop_->post(std::move(work)); }
-  Timer after(double seconds, Work work) override { return loop_->after(seconds / 1000, std::move(work)); }
-  Timer every(double seconds, Work work) override { return loop_->every(seconds / 1000, std::move(work)); }
-  void background(Work work) override { loop_->background(std::move(work)); }
-  std::unique_ptr<Subscription> watch(int descriptor, Work work) override {
-    return loop_->watch(descriptor, std::move(work));
-  }
-  std::unique_ptr<Subscription> onSignal(int signal, Work work) override {
-    return loop_->onSignal(signal, std::move(work));
-  }
-  void run() override { loop_->run(); }
-  void stop() override { loop_->stop(); }
-
- private:
-  std::unique_ptr<RunLoop> loop_ = makePollRunLoop();
-};
-
 TEST_F(BackgroundTest, TwoHundredRealExitsInARowLeaveNothingBehind) {
   constexpr int kTimes = 200;
   folder.write("root/node/node-v1/bin/node",
@@ -249,19 +230,17 @@ TEST_F(BackgroundTest, TwoHundredRealExitsInARowLeaveNothingBehind) {
     const std::string log = folder.read("runner/logs/helper.log");
     return std::count(log.begin(), log.end(), '\n');
   };
-  HurriedLoop real;
-  const auto launcher = makeTaskLauncher(real);
-  const SystemClock systemClock;
+  const auto real = makePollRunLoop();
+  const auto launcher = makeTaskLauncher(*real);
   const auto before = descriptors();
-  BackgroundProcess process(configuration(),
-                            {real, systemClock, systemFiles(), *launcher, [](const std::string&) {}, ""});
+  // The children are real; how long it waits between them is not.
+  BackgroundProcess process(configuration(), {loop, clock, systemFiles(), *launcher, outside().output, ""});
   process.start();
-  Timer check = real.every(20, [&] {
+  EXPECT_TRUE(serveUntil(*real, [&] {
+    loop.pass(40);
     if (logLines() >= kTimes && process.running()) process.stop();
-    if (logLines() >= kTimes && !process.running()) real.stop();
-  });
-  const Timer limit = real.after(30000, [&] { real.stop(); });
-  real.run();
+    return logLines() >= kTimes && !process.running();
+  }));
   EXPECT_EQ(logLines(), kTimes);
   EXPECT_FALSE(process.running());
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child or a zombie is left";

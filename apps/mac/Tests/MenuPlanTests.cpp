@@ -18,8 +18,10 @@ Snapshot snapshotOf(HelperStatus status, Signal signal = Signal::green) {
   return Snapshot{.status = std::move(status), .signal = signal};
 }
 
-std::vector<std::string> titles(const std::vector<MenuEntry>& entries) {
-  std::vector<std::string> result;
+using Lines = std::vector<std::string>;
+
+Lines titles(const std::vector<MenuEntry>& entries) {
+  Lines result;
   for (const MenuEntry& entry : entries) {
     if (entry.kind == MenuEntry::Kind::separator) {
       result.emplace_back("-");
@@ -30,13 +32,24 @@ std::vector<std::string> titles(const std::vector<MenuEntry>& entries) {
   return result;
 }
 
+/// Each line with what is under it, what is beside it, what it does, and its check mark.
+Lines drawn(const std::vector<MenuEntry>& entries) {
+  Lines result = titles(entries);
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    const MenuEntry& entry = entries[i];
+    if (entry.subtitle) result[i] += " / " + *entry.subtitle;
+    if (entry.detail) result[i] += " | " + *entry.detail;
+    if (entry.action) result[i] += " -> " + entry.action->identifier();
+    if (entry.checked) result[i] += *entry.checked ? " [x]" : " [ ]";
+  }
+  return result;
+}
+
 const MenuEntry* entryTitled(const std::vector<MenuEntry>& entries, const std::string& title) {
   const auto found =
       std::find_if(entries.begin(), entries.end(), [&](const auto& each) { return each.title == title; });
   return found == entries.end() ? nullptr : &*found;
 }
-
-using Lines = std::vector<std::string>;
 
 class MenuPlanTest : public testing::Test {
   const testing_support::English english_;
@@ -100,35 +113,23 @@ TEST_F(MenuPlanTest, AttentionLinesSayWhereToAnswerAndWhatAClickDoes) {
       {.title = "Bad link", .taskId = "ab-13", .open = "javascript:alert(1)"},
   };
   const auto lines = MenuPlan::needsYou(status);
-  ASSERT_EQ(lines.size(), 4u);
-  EXPECT_EQ(lines[0].title, "#4 Which colour?");
-  EXPECT_EQ(lines[0].subtitle, "Blue or red");
-  EXPECT_EQ(lines[0].detail, "Answer in Codex");
-  EXPECT_EQ(lines[0].action, Action::openLink("codex://x"));
+  EXPECT_EQ(drawn(lines),
+            (Lines{"#4 Which colour? / Blue or red | Answer in Codex -> open:codex://x", "Needs you -> window:tasks",
+                   "Nightly | Answer in Claude -> window:tasks", "Bad link -> window:task:ab-13"}));
   EXPECT_EQ(lines[0].settleKey, SettlePlan::key(status.attention->front()));
-  EXPECT_EQ(lines[1].title, "Needs you");
-  EXPECT_EQ(lines[1].detail, std::nullopt);
-  EXPECT_EQ(lines[1].action, Action::window("tasks"));
-  EXPECT_EQ(lines[2].detail, "Answer in Claude");
-  EXPECT_EQ(lines[2].action, Action::window("tasks")) << "a schedule has no chat of its own";
-  EXPECT_EQ(lines[3].action, Action::window("task:ab-13"));
 }
 
 TEST_F(MenuPlanTest, RunningLinesTellWhoActsAndForHowLong) {
   HelperStatus status{.schemaVersion = 1};
   status.running = std::vector<RunningTask>{
       {.title = "a", .ballAt = "Codex", .since = ago(125), .taskId = "1f"},
-      {.title = "b", .since = ago(-600)},
+      {.title = "a clock that jumped", .since = ago(-600)},
       {.title = "c", .ballAt = "Cursor", .since = "yesterday"},
-      {.title = "d", .taskId = "../../etc"},
+      {.title = "no place", .taskId = "../../etc"},
   };
-  const auto lines = MenuPlan::running(status, kNow);
-  EXPECT_EQ(lines[0].detail, "Codex · 2 min");
-  EXPECT_EQ(lines[0].action, Action::window("task:1f"));
-  EXPECT_EQ(lines[1].detail, "0 min") << "a clock that jumped gives no negative age";
-  EXPECT_EQ(lines[2].detail, "Cursor");
-  EXPECT_EQ(lines[3].detail, std::nullopt);
-  EXPECT_EQ(lines[3].action, Action::window("tasks")) << "text of the file never becomes a place";
+  EXPECT_EQ(drawn(MenuPlan::running(status, kNow)),
+            (Lines{"a | Codex · 2 min -> window:task:1f", "a clock that jumped | 0 min -> window:tasks",
+                   "c | Cursor -> window:tasks", "no place -> window:tasks"}));
 }
 
 TEST_F(MenuPlanTest, DoneTodayIsTheCalendarDayOfTheZoneNewestFirst) {
@@ -148,62 +149,44 @@ TEST_F(MenuPlanTest, DoneTodayIsTheCalendarDayOfTheZoneNewestFirst) {
 }
 
 TEST_F(MenuPlanTest, ThePillTellsTheMostUrgentThing) {
-  struct Row {
+  using MenuPlan::Tone;
+  const auto asks = [](Attention item) { return HelperStatus{.attention = std::vector{std::move(item)}}; };
+  const auto runs = [](RunningTask task) { return HelperStatus{.running = std::vector{std::move(task)}}; };
+  const auto ended = [](double seconds, std::optional<std::string> open = std::nullopt) {
+    return HelperStatus{.done = {{{.title = "t", .endedAt = ago(seconds), .open = std::move(open)}}}};
+  };
+  const auto counted = [](int count, std::size_t listed) {
+    return HelperStatus{.tasks = TaskCount{.running = count}, .running = std::vector<RunningTask>(listed)};
+  };
+  HelperStatus both = ended(0);
+  both.running = std::vector{RunningTask{.title = "T"}};
+  const std::string exact(25, 'x'), tooLong(40, 'x');
+  const struct {
     const char* name;
     Signal signal;
     HelperStatus status;
     MenuPlan::Pill pill;
-  };
-  using MenuPlan::Tone;
-  const auto ended = [](double seconds, const char* open = nullptr) {
-    return std::vector<DoneTask>{{.title = "t",
-                                  .endedAt = formatIso8601(kNow - seconds),
-                                  .open = open ? std::optional<std::string>(open) : std::nullopt}};
-  };
-  const std::string exact(28, 'x'), tooLong(40, 'x');
-  const Row rows[] = {
-      {"one nameless", Signal::yellow, {.attention = {{Attention{}}}}, {"Needs you", Tone::needsYou}},
-      {"attention shines through red", Signal::red, {.attention = {{Attention{.title = "Q"}}}}, {"Q", Tone::needsYou}},
-      {"red hides the rest", Signal::red, {.running = {{RunningTask{.title = "T"}}}, .done = ended(1)}, {}},
-      {"done flash, at its end", Signal::green, {.done = ended(20)}, {"✓ Done", Tone::done}},
-      {"done flash is over", Signal::green, {.done = ended(21)}, {}},
-      {"done in the future", Signal::green, {.done = ended(-1)}, {}},
-      {"done in an application", Signal::green, {.done = ended(5, "grokbot://x")}, {"✓ Grok Bot done", Tone::done}},
-      {"done on the web",
-       Signal::green,
-       {.done = ended(5, "https://" KESTRELUNE_SERVICE_HOST "/t")},
-       {"✓ Done", Tone::done}},
-      {"flash before running",
-       Signal::running,
-       {.running = {{RunningTask{.title = "T"}}}, .done = ended(0)},
-       {"✓ Done", Tone::done}},
-      {"one running",
-       Signal::running,
-       {.running = {{RunningTask{.label = "#3", .title = exact.substr(3)}}}},
-       {"#3 " + exact.substr(3), Tone::running}},
-      {"one running, long",
-       Signal::running,
-       {.running = {{RunningTask{.title = tooLong}}}},
-       {std::string(27, 'x') + "…", Tone::running}},
-      {"cut at a blank",
-       Signal::running,
-       {.running = {{RunningTask{.title = std::string(25, 'x') + "  " + tooLong}}}},
-       {std::string(25, 'x') + "…", Tone::running}},
-      {"one nameless running", Signal::running, {.running = {{RunningTask{}}}}, {"1 running", Tone::running}},
-      {"counter wins",
-       Signal::running,
-       {.tasks = TaskCount{.running = 3}, .running = std::vector<RunningTask>(2)},
-       {"3 running", Tone::running}},
-      {"list wins",
-       Signal::running,
-       {.tasks = TaskCount{.running = 1}, .running = std::vector<RunningTask>(2)},
-       {"2 running", Tone::running}},
+  } rows[] = {
+      {"one nameless", Signal::yellow, asks({}), {"Needs you", Tone::needsYou}},
+      {"attention shines through red", Signal::red, asks({.title = "Q"}), {"Q", Tone::needsYou}},
+      {"red hides the rest", Signal::red, both, {}},
+      {"done flash, at its end", Signal::green, ended(20), {"✓ Done", Tone::done}},
+      {"done flash is over", Signal::green, ended(21), {}},
+      {"done in the future", Signal::green, ended(-1), {}},
+      {"done in an application", Signal::green, ended(5, "grokbot://x"), {"✓ Grok Bot done", Tone::done}},
+      {"on the web", Signal::green, ended(5, "https://" KESTRELUNE_SERVICE_HOST "/t"), {"✓ Done", Tone::done}},
+      {"flash before running", Signal::running, both, {"✓ Done", Tone::done}},
+      {"one", Signal::running, runs({.label = "#3", .title = exact}), {"#3 " + exact, Tone::running}},
+      {"one, long", Signal::running, runs({.title = tooLong}), {std::string(27, 'x') + "…", Tone::running}},
+      {"cut at a blank", Signal::running, runs({.title = exact + "  " + tooLong}), {exact + "…", Tone::running}},
+      {"one nameless running", Signal::running, runs({}), {"1 running", Tone::running}},
+      {"counter wins", Signal::running, counted(3, 2), {"3 running", Tone::running}},
+      {"list wins", Signal::running, counted(1, 2), {"2 running", Tone::running}},
       {"never blank while running", Signal::running, {}, {"0 running", Tone::running}},
       {"nothing", Signal::green, {}, {}},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows)
     EXPECT_EQ(MenuPlan::pill(snapshotOf(row.status, row.signal), kNow, kUtc), row.pill) << row.name;
-  }
 }
 
 TEST_F(MenuPlanTest, ConnectionLinesLetPowerWinOverStateAndStateOverAccess) {
@@ -217,75 +200,36 @@ TEST_F(MenuPlanTest, ConnectionLinesLetPowerWinOverStateAndStateOverAccess) {
       {.family = "codex", .state = "connected"},
       {.state = "connected"},
   };
-  const auto lines = MenuPlan::yourAIs(status, std::nullopt);
-  struct Row {
-    const char *title, *detail;
-    Action action;
-    bool checked;
-  };
-  const Row rows[] = {
-      {"My Claude", "gives tasks", Action::switchOff("connection:claude"), true},
-      {"ChatGPT", "Reconnect", Action::reconnect("chatgpt"), false},
-      {"Grok Bot", "off", Action::account("connection:grok"), false},
-      {"Cursor", "Read only", Action::switchOff("connection:cursor"), true},
-  };
-  ASSERT_EQ(lines.size(), std::size(rows));
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    EXPECT_EQ(lines[i].title, rows[i].title);
-    EXPECT_EQ(lines[i].detail, rows[i].detail);
-    EXPECT_EQ(lines[i].action, rows[i].action) << rows[i].title;
-    EXPECT_EQ(lines[i].checked, rows[i].checked) << rows[i].title;
-  }
+  EXPECT_EQ(
+      drawn(MenuPlan::yourAIs(status, std::nullopt)),
+      (Lines{"My Claude | gives tasks -> off:connection:claude [x]", "ChatGPT | Reconnect -> reconnect:chatgpt [ ]",
+             "Grok Bot | off -> account:connection:grok [ ]", "Cursor | Read only -> off:connection:cursor [x]"}));
 }
 
 TEST_F(MenuPlanTest, AppLinesTellTheStateAndTheWayOut) {
-  struct Row {
-    const char* name;
+  const struct {
     HostApp app;
-    std::string detail;
-    std::optional<Action> action;
-    bool checked;
+    const char* line;
+  } rows[] = {
+      {{.host = "codex", .state = "ready"}, "Codex | this Mac ✓ -> off:app:codex [x]"},
+      {{.host = "codex", .state = "ready", .usage = PlanUsage{.left = 40}},
+       "Codex | this Mac · 40 % left ✓ -> off:app:codex [x]"},
+      {{.host = "codex", .state = "odd"}, "Codex | this Mac -> off:app:codex [ ]"},
+      {{.host = "other", .state = "ready"}, "other | this Mac ✓ [x]"},
+      {{.host = "codex", .state = "ready", .power = "off"}, "Codex | off -> account:app:codex [ ]"},
+      {{.host = "antigravity", .state = "signed_out", .power = "off"},
+       "Antigravity | signed out -> signIn:antigravity [ ]"},
+      {{.host = "t3code", .state = "signed_out"}, "T3 Code | signed out [ ]"},
+      {{.host = "codex", .state = "usage_limited", .limitedUntil = "soon"},
+       "Codex | Usage limit reached -> window:ais [ ]"},
+      {{.host = "codex", .state = "model_unavailable", .model = "m-1"},
+       "Codex | Model m-1 not available -> window:ais [ ]"},
+      {{.host = "codex", .state = "model_unavailable"}, "Codex | Model not available -> window:ais [ ]"},
   };
-  const Row rows[] = {
-      {"ready", {.host = "codex", .state = "ready"}, "this Mac ✓", Action::switchOff("app:codex"), true},
-      {"ready with usage",
-       {.host = "codex", .state = "ready", .usage = PlanUsage{.left = 40}},
-       "this Mac · 40 % left ✓",
-       Action::switchOff("app:codex"),
-       true},
-      {"unknown state", {.host = "codex", .state = "odd"}, "this Mac", Action::switchOff("app:codex"), false},
-      {"not switchable", {.host = "other", .state = "ready"}, "this Mac ✓", std::nullopt, true},
-      {"off", {.host = "codex", .state = "ready", .power = "off"}, "off", Action::account("app:codex"), false},
-      {"signed out wins over off",
-       {.host = "antigravity", .state = "signed_out", .power = "off"},
-       "signed out",
-       Action::signIn("antigravity"),
-       false},
-      {"no sign-in to offer", {.host = "t3code", .state = "signed_out"}, "signed out", std::nullopt, false},
-      {"limit without a time",
-       {.host = "codex", .state = "usage_limited", .limitedUntil = "soon"},
-       "Usage limit reached",
-       Action::window("ais"),
-       false},
-      {"model",
-       {.host = "codex", .state = "model_unavailable", .model = "m-1"},
-       "Model m-1 not available",
-       Action::window("ais"),
-       false},
-      {"any model",
-       {.host = "codex", .state = "model_unavailable"},
-       "Model not available",
-       Action::window("ais"),
-       false},
-  };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     HelperStatus status{.schemaVersion = 1};
     status.apps = std::vector<HostApp>{{.state = "ready"}, {.host = "cursor", .state = "not_installed"}, row.app};
-    const auto lines = MenuPlan::yourAIs(status, std::nullopt);
-    ASSERT_EQ(lines.size(), 1u) << row.name;
-    EXPECT_EQ(lines[0].detail, row.detail) << row.name;
-    EXPECT_EQ(lines[0].action, row.action) << row.name;
-    EXPECT_EQ(lines[0].checked, row.checked) << row.name;
+    EXPECT_EQ(drawn(MenuPlan::yourAIs(status, std::nullopt)), Lines{row.line});
   }
 }
 
@@ -306,34 +250,28 @@ TEST_F(MenuPlanTest, OutdatedAppsOfferTheirUpdateUntilOneRuns) {
 TEST_F(MenuPlanTest, WorkersShowModeAndChoices) {
   HelperStatus status{.schemaVersion = 1};
   status.apps = std::vector<HostApp>{{.host = "codex", .state = "ready"}, {.host = "cursor", .state = "not_installed"}};
-  struct Row {
-    const char* name;
+  const std::string automatic = "Automatic -> workers:auto", codex = "Only Codex -> workers:codex";
+  const struct {
     Workers workers;
-    std::string title;
-    Lines children;
-    int checkedAt;
-  };
-  const Row rows[] = {
-      {"automatic", {.mode = "automatic"}, "Workers: Automatic", {"Automatic", "Only Codex"}, 0},
-      {"one", {.mode = "only", .apps = {{"codex"}}}, "Workers: Only Codex", {"Automatic", "Only Codex"}, 1},
-      {"two",
-       {.mode = "only", .apps = {{"claude", "cursor", "odd"}}},
+    const char* title;
+    Lines choices;
+  } rows[] = {
+      {{.mode = "automatic"}, "Workers: Automatic", {automatic + " [x]", codex + " [ ]"}},
+      {{.mode = "only", .apps = {{"codex"}}}, "Workers: Only Codex", {automatic + " [ ]", codex + " [x]"}},
+      {{.mode = "only", .apps = {{"claude", "cursor", "odd"}}},
        "Workers: Only Claude Code, Cursor",
-       {"Automatic", "Only Codex", "Only Claude Code", "Only Cursor"},
-       -1},
-      {"none known", {.mode = "only", .apps = {{"odd"}}}, "Workers: Custom", {"Automatic", "Only Codex"}, -1},
+       {automatic + " [ ]", codex + " [ ]", "Only Claude Code -> workers:claude [ ]",
+        "Only Cursor -> workers:cursor [ ]"}},
+      {{.mode = "only", .apps = {{"odd"}}}, "Workers: Custom", {automatic + " [ ]", codex + " [ ]"}},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     status.workers = row.workers;
     const auto entry = MenuPlan::workers(status);
-    ASSERT_TRUE(entry) << row.name;
+    ASSERT_TRUE(entry) << row.title;
     EXPECT_EQ(entry->title, row.title);
-    Lines expected = row.children;
+    Lines expected = row.choices;
     expected.insert(expected.end(), {"-", "Applies when no app is named"});
-    EXPECT_EQ(titles(*entry->children), expected) << row.name;
-    for (std::size_t i = 0; i < row.children.size(); ++i) {
-      EXPECT_EQ((*entry->children)[i].checked, static_cast<int>(i) == row.checkedAt) << row.name << " " << i;
-    }
+    EXPECT_EQ(drawn(*entry->children), expected);
   }
   status.workers = Workers{};
   EXPECT_FALSE(MenuPlan::workers(status));
@@ -349,12 +287,11 @@ TEST_F(MenuPlanTest, ProfilesCountOnlyRealExecutors) {
   const auto entry = MenuPlan::profiles(status);
   ASSERT_TRUE(entry);
   EXPECT_EQ(entry->title, "Profiles: 2 of 3");
-  const auto& children = *entry->children;
-  ASSERT_EQ(children.size(), 5u);
-  EXPECT_EQ(children[0].detail, "by you");
-  EXPECT_EQ(children[1].detail, "by the AI");
-  EXPECT_EQ(children[2].subtitle, "None yet – the AI writes it itself");
-  EXPECT_EQ(children[2].action, Action::editProfile(id + "3"));
+  ASSERT_EQ(entry->children->size(), 5u);
+  const Lines lines = drawn(*entry->children);
+  EXPECT_EQ(Lines(lines.begin(), lines.begin() + 3),
+            (Lines{"A / Writes. | by you -> profile:" + id + "1", "B / Reads. | by the AI -> profile:" + id + "2",
+                   "C / None yet – the AI writes it itself -> profile:" + id + "3"}));
 }
 
 TEST_F(MenuPlanTest, TheAiBlockKeepsItsOrder) {

@@ -40,18 +40,6 @@ class MenuTest : public testing::Test, protected World {
 constexpr const char* kAttention =
     R"(,"attention":[{"task_id":"aa-1","title":"Pick a date","line":"Monday or Friday?"}])";
 
-TEST_F(MenuTest, ConstructionShowsWritesAndStartsTheTimers) {
-  make();
-  EXPECT_EQ(lines, std::vector<std::string>{"STATE red Kestrelune is not running"});
-  EXPECT_EQ(item().look.toolTip, "Kestrelune — Kestrelune is not running");
-  EXPECT_EQ(item().look.dot, (Color{208, 52, 44}));
-  ASSERT_GE(item().menu.size(), 3u);
-  EXPECT_EQ(item().menu[0].form, MenuRow::Form::header);
-  EXPECT_EQ(item().menu[1].form, MenuRow::Form::separator);
-  EXPECT_TRUE(folder.has("runner/menubar.json"));
-  EXPECT_EQ(loop.timerCount(), 2u);
-}
-
 TEST_F(MenuTest, TheIconFollowsTheFileAndTheClosedMenuDoesNot) {
   make();
   const MenuTree before = item().menu;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "Endpoints.hpp"
 #include "base/Text.hpp"
@@ -14,121 +15,54 @@ const std::string kService = std::string("https://") + endpoints::kServiceHost;
 constexpr const char* kUuid = "8C9F4C1E-0f0a-4a6e-9d8e-2f6f0f1c9a01";
 
 TEST(Action, IdentifiersGoBothWays) {
-  const Action all[] = {
-      Action::signIn("codex"),
-      Action::signIn(""),
-      Action::reconnect("claude"),
-      Action::openLink(kService + "/task/1"),
-      Action::openLink("codex://open?task=1"),
-      Action::updateApp("cursor"),
-      Action::window("general"),
-      Action::window("task:ABCDEF-01"),
-      Action::account(),
-      Action::account("connection:grok"),
-      Action::switchOff("app:antigravity"),
-      Action::switchOff("connection:google"),
-      Action::readOnly("connection:chatgpt"),
-      Action::shareTool("computer_use", true),
-      Action::shareTool("skills", false),
-      Action::workers("auto"),
-      Action::workers("t3code"),
-      Action::smallModel(true),
-      Action::smallModel(false),
-      Action::autoDelegate(true),
-      Action::autoDelegate(false),
-      Action::editProfile(kUuid),
-      Action::restart(),
-      Action::setup(),
-      Action::loginItem(),
-      Action::quit(),
-      Action::updateAll(),
-      Action::reportProblem(),
-      Action::shareToolsSeen(),
+  const auto goBothWays = [](const std::vector<Action>& actions) {
+    for (const Action& action : actions) EXPECT_EQ(Action::parse(action.identifier()), action) << action.identifier();
   };
-  for (const Action& action : all) EXPECT_EQ(Action::parse(action.identifier()), action) << action.identifier();
+  goBothWays({Action::signIn("codex"), Action::signIn(""), Action::reconnect("claude"), Action::updateApp("cursor"),
+              Action::openLink(kService + "/task/1"), Action::openLink("codex://open?task=1"),
+              Action::window("general"), Action::window("task:ABCDEF-01"), Action::account(),
+              Action::account("connection:grok"), Action::switchOff("app:antigravity"),
+              Action::switchOff("connection:google"), Action::readOnly("connection:chatgpt")});
+  goBothWays({Action::shareTool("computer_use", true), Action::shareTool("skills", false), Action::workers("auto"),
+              Action::workers("t3code"), Action::smallModel(true), Action::smallModel(false),
+              Action::autoDelegate(true), Action::autoDelegate(false), Action::editProfile(kUuid)});
+  goBothWays({Action::restart(), Action::setup(), Action::loginItem(), Action::quit(), Action::updateAll(),
+              Action::reportProblem(), Action::shareToolsSeen()});
   EXPECT_EQ(Action::parse("dashboard"), Action::account());
   EXPECT_EQ(Action::account().identifier(), "account");
 }
 
 TEST(Action, WhatIsNoIdentifierGivesNone) {
-  const std::string rows[] = {
-      "",
-      "Quit",
-      "quit ",
-      "quit:",
-      "update:antigravity",
-      "update:",
-      "window:task:",
-      "window:task:xyz",
-      "window:task:../a",
-      "window:task:" + std::string(65, 'a'),
-      "window:other",
-      "account:",
-      "account:claude",
-      "off:app:",
-      "off:app:google",
-      "off:connection:codex",
-      "off:app:codex:",
-      "off:app::codex",
-      "read:app:codex",
-      "shareTool:skills",
-      "shareTool:skills:maybe",
-      "shareTool:other:on",
-      "shareTool:skills:on:on",
-      "workers:antigravity",
-      "workers:",
-      "smallModel:yes",
-      "autoDelegate",
-      "profile:8C9F4C1E0f0a4a6e9d8e2f6f0f1c9a01",
-      "profile:" + std::string(kUuid) + "0",
-      "open:",
-      "open:http://" + std::string(endpoints::kServiceHost) + "/",
-      "open:codex:" + std::string(507, 'a'),
-      "restart\n",
+  const auto refused = [](const std::vector<std::string>& texts) {
+    for (const std::string& text : texts) EXPECT_FALSE(Action::parse(text)) << text;
   };
-  for (const std::string& row : rows) EXPECT_FALSE(Action::parse(row)) << row;
+  refused({"", "Quit", "quit ", "quit:", "restart\n", "update:antigravity",
+           "update:", "window:task:", "window:task:xyz", "window:task:../a", "window:task:" + std::string(65, 'a'),
+           "window:other", "open:", "open:http://" KESTRELUNE_SERVICE_HOST "/", "open:codex:" + std::string(507, 'a')});
+  refused({"account:", "account:claude", "off:app:", "off:app:google", "off:connection:codex",
+           "off:app:codex:", "off:app::codex", "read:app:codex", "shareTool:skills", "shareTool:skills:maybe",
+           "shareTool:other:on", "shareTool:skills:on:on", "workers:antigravity", "workers:", "smallModel:yes",
+           "autoDelegate", "profile:8C9F4C1E0f0a4a6e9d8e2f6f0f1c9a01", "profile:" + std::string(kUuid) + "0"});
   EXPECT_TRUE(Action::parse("window:task:" + std::string(64, 'a')));
   EXPECT_TRUE(Action::parse("open:codex:" + std::string(506, 'a')));
 }
 
 TEST(Action, LinksOfTheHelperAreGuarded) {
   const std::string host = endpoints::kServiceHost;
-  const struct {
-    std::string link;
-    bool accepted;
-  } rows[] = {
-      {kService + "/task/1?a=b#c", true},
-      {"HTTPS://" + text::replacedAll(host, "k", "K") + "/Task", true},
-      {kService, true},
-      {kService + ":444/x", true},
-      {"codex://open", true},
-      {"Claude:x", true},
-      {"cursor://x", true},
-      {"grokbot://open", true},
-      {"antigravity://x", false},
-      {"http://" + host + "/", false},
-      {"file:///etc/passwd", false},
-      {"javascript:alert(1)", false},
-      {"https://" + host + ".evil.example/", false},
-      {"https://evil.example/" + host, false},
-      {"https://" + host + "@evil.example/", false},
-      {"https://me@" + host + "/", false},
-      {"https://@" + host + "/", false},
-      {"https://evil.example\\@" + host + "/", false},
-      {"https:///task", false},
-      {"//" + host + "/", false},
-      {"/etc/passwd", false},
-      {" " + kService, false},
-      {kService + "/a b", false},
-      {kService + "/\n", false},
-      {"", false},
-      {kService + "/" + std::string(512, 'a'), false},
-  };
-  for (const auto& row : rows) {
-    const std::optional<Url> url = Action::appLink(row.link);
-    EXPECT_EQ(url.has_value(), row.accepted) << row.link;
-    EXPECT_EQ(url ? url->text() : row.link, row.link);
+  const std::string shouted = "HTTPS://" + text::replacedAll(host, "k", "K") + "/Task";
+  for (const std::string& link :
+       std::vector<std::string>{kService + "/task/1?a=b#c", shouted, kService, kService + ":444/x", "codex://open",
+                                "Claude:x", "cursor://x", "grokbot://open"}) {
+    const std::optional<Url> url = Action::appLink(link);
+    EXPECT_EQ(url ? url->text() : "refused", link);
   }
+  for (const std::string& link : std::vector<std::string>{
+           "antigravity://x", "http://" + host + "/", "file:///etc/passwd", "javascript:alert(1)",
+           "https://" + host + ".evil.example/", "https://evil.example/" + host, "https://" + host + "@evil.example/",
+           "https://me@" + host + "/", "https://@" + host + "/", "https://evil.example\\@" + host + "/",
+           "https:///task", "//" + host + "/", "/etc/passwd", " " + kService, kService + "/a b", kService + "/\n", "",
+           kService + "/" + std::string(512, 'a')})
+    EXPECT_FALSE(Action::appLink(link)) << link;
   EXPECT_FALSE(Action::appLink(std::nullopt));
 }
 

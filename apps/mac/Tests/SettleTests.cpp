@@ -2,34 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
+#include "Fakes/FakeDefaults.hpp"
 
 namespace kestrelune {
 namespace {
 
-class MemoryDefaults final : public Defaults {
- public:
-  bool boolean(std::string_view) const override { return false; }
-  void setBoolean(std::string_view, bool) override {}
-  std::optional<std::string> data(std::string_view key) const override {
-    const auto found = values_.find(key);
-    return found == values_.end() ? std::nullopt : std::optional(found->second);
-  }
-  void setData(std::string_view key, std::string_view bytes) override { values_[std::string(key)] = bytes; }
-  void remove(std::string_view key) override { values_.erase(values_.find(key)); }
-
- private:
-  std::map<std::string, std::string, std::less<>> values_;
-};
-
 const Date kNow{1'800'000'000};
 
 TEST(Settle, LaterAndDoneEndAfterTheirTime) {
-  MemoryDefaults defaults;
+  FakeDefaults defaults;
   SettleStore store(defaults);
   store.hide("later", false, kNow);
   store.hide("done", true, kNow);
-  const std::vector<Attention> items = {{.title = "x"}};
+  store.hide("a\037ü\037", false, kNow + 0.5);
   EXPECT_EQ(SettleStore(defaults).marks(), store.marks()) << "the marks survive a restart";
   EXPECT_EQ(store.marks().at("later"), (SettleMark{.until = kNow.seconds + 10800, .done = false}));
   EXPECT_EQ(store.marks().at("done"), (SettleMark{.until = kNow.seconds + 2592000, .done = true}));
@@ -42,7 +27,7 @@ TEST(Settle, LaterAndDoneEndAfterTheirTime) {
 }
 
 TEST(Settle, ShowingAgainLeavesTheOthers) {
-  MemoryDefaults defaults;
+  FakeDefaults defaults;
   SettleStore store(defaults);
   store.hide("a", true, kNow);
   store.hide("b", false, kNow);
@@ -52,7 +37,7 @@ TEST(Settle, ShowingAgainLeavesTheOthers) {
 }
 
 TEST(Settle, TheMarkThatEndsFirstGivesWay) {
-  MemoryDefaults defaults;
+  FakeDefaults defaults;
   SettleStore store(defaults);
   for (int i = 0; i <= 500; ++i) store.hide("key" + std::to_string(i), false, kNow + (i == 7 ? -1.0 : i / 1000.0));
   EXPECT_EQ(store.marks().size(), 500u);
@@ -61,7 +46,7 @@ TEST(Settle, TheMarkThatEndsFirstGivesWay) {
 
 TEST(Settle, DamagedMarksCountAsNoneAndAreReplaced) {
   for (const char* text : {"", "[]", "{\"a\":1}", "{\"a\":{\"until\":1}}", "{\"a\":{\"until\":\"1\",\"done\":true}}"}) {
-    MemoryDefaults defaults;
+    FakeDefaults defaults;
     defaults.setData(SettleStore::kDefaultsKey, text);
     SettleStore store(defaults);
     EXPECT_TRUE(store.marks().empty()) << text;
@@ -71,7 +56,7 @@ TEST(Settle, DamagedMarksCountAsNoneAndAreReplaced) {
 }
 
 TEST(Settle, AHiddenItemNoLongerCountsAndComesBack) {
-  MemoryDefaults defaults;
+  FakeDefaults defaults;
   SettleStore store(defaults);
   const std::vector<Attention> items = {{.title = "a"}, {.title = "b"}};
   store.hide(SettlePlan::key(items[0]), false, kNow);

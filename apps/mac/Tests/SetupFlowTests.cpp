@@ -43,72 +43,39 @@ TEST(SetupFlow, RowOfAnApplication) {
   const testing_support::English english;
   const AppAccount pro{std::nullopt, "Pro"};
   const struct {
-    const char* name;
     HostApp app;
-    SetupAppRow row;
-    std::optional<std::string> button;
+    const char* row;  ///< title, detail, kind, action and button
   } rows[] = {
-      {"ready",
-       {.host = "claude", .state = "ready", .account = pro, .version = "2"},
-       {"claude", "Claude Code", "Pro · v2", Kind::ready, {}},
-       {}},
-      {"ready, nothing known",
-       {.host = "claude", .name = "Claude", .state = "ready"},
-       {"claude", "Claude", "Signed in", Kind::ready, {}},
-       {}},
-      {"signed out",
-       {.host = "claude", .state = "signed_out"},
-       {"claude", "Claude Code is signed out", "Optional. Needed only when a task goes to Claude Code.",
-        Kind::signedOut, Action::signIn("claude")},
+      {{.host = "claude", .state = "ready", .account = pro, .version = "2"}, "Claude Code | Pro · v2 | ready"},
+      {{.host = "claude", .name = "Claude", .state = "ready"}, "Claude | Signed in | ready"},
+      {{.host = "claude", .state = "signed_out"},
+       "Claude Code is signed out | Optional. Needed only when a task goes to Claude Code. | signedOut | signIn:claude "
        "Sign in"},
-      {"signed out, without a way to sign in",
-       {.host = "antigravity", .state = "signed_out"},
-       {"antigravity",
-        "Antigravity is signed out",
-        "Optional. Needed only when a task goes to Antigravity.",
-        Kind::signedOut,
-        {}},
-       {}},
-      {"limited",
-       {.host = "cursor", .state = "usage_limited"},
-       {"cursor", "Cursor", "Usage limit reached. Tasks wait until it resets.", Kind::limited, {}},
-       {}},
-      {"no model",
-       {.host = "cursor", .state = "model_unavailable"},
-       {"cursor", "Cursor", "The chosen model is not available for this account.", Kind::needsUpdate, {}},
-       {}},
-      {"not installed",
-       {.host = "t3code", .state = "not_installed"},
-       {"t3code",
-        "T3 Code is not installed",
-        "Optional. Needed only when a task goes to T3 Code.",
-        Kind::notInstalled,
-        {}},
-       {}},
-      {"not checked", {.host = "codex"}, {"codex", "Codex", "Not checked yet", Kind::unknown, {}}, {}},
-      {"outdated goes before signed out",
-       {.host = "cursor",
-        .state = "signed_out",
-        .account = pro,
-        .version = "0.1",
-        .outdated = true,
-        .update = "command"},
-       {"cursor", "Cursor needs an update", "Signed in (Pro), but version 0.1 is too old for Kestrelune.",
-        Kind::needsUpdate, Action::updateApp("cursor")},
-       "Update now"},
-      {"outdated, updated from within",
-       {.host = "codex", .account = AppAccount{"a@b", ""}, .version = "0.1", .outdated = true, .update = "app"},
-       {"codex", "Codex needs an update", "Version 0.1 is too old for Kestrelune.", Kind::needsUpdate,
-        Action::signIn("codex")},
-       "Update now"},
-      {"outdated, nothing else known",
-       {.host = "t3code", .version = "", .outdated = true, .update = "command"},
-       {"t3code", "T3 Code needs an update", "T3 Code needs an update", Kind::needsUpdate, {}},
-       {}},
+      {{.host = "antigravity", .state = "signed_out"},
+       "Antigravity is signed out | Optional. Needed only when a task goes to Antigravity. | signedOut"},
+      {{.host = "cursor", .state = "usage_limited"},
+       "Cursor | Usage limit reached. Tasks wait until it resets. | limited"},
+      {{.host = "cursor", .state = "model_unavailable"},
+       "Cursor | The chosen model is not available for this account. | needsUpdate"},
+      {{.host = "t3code", .state = "not_installed"},
+       "T3 Code is not installed | Optional. Needed only when a task goes to T3 Code. | notInstalled"},
+      {{.host = "codex"}, "Codex | Not checked yet | unknown"},
+      {{.host = "cursor", .state = "signed_out", .account = pro, .version = "1", .outdated = true, .update = "command"},
+       "Cursor needs an update | Signed in (Pro), but version 1 is too old for Kestrelune. | needsUpdate | "
+       "update:cursor Update now"},
+      {{.host = "codex", .account = AppAccount{"a@b", ""}, .version = "1", .outdated = true, .update = "app"},
+       "Codex needs an update | Version 1 is too old for Kestrelune. | needsUpdate | signIn:codex Update now"},
+      {{.host = "t3code", .version = "", .outdated = true, .update = "command"},
+       "T3 Code needs an update | T3 Code needs an update | needsUpdate"},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(SetupFlow::row(row.app), row.row) << row.name;
-    EXPECT_EQ(row.row.actionTitle(), row.button) << row.name;
+    const std::optional<SetupAppRow> found = SetupFlow::row(row.app);
+    ASSERT_TRUE(found) << row.row;
+    std::string text = found->title + " | " + found->detail + " | " + std::string(rawValue(found->kind));
+    if (found->action) text += " | " + found->action->identifier() + " " + found->actionTitle().value_or("");
+    EXPECT_EQ(text, row.row);
+    EXPECT_EQ(found->host, row.app.host);
+    EXPECT_EQ(found->actionTitle().has_value(), found->action.has_value());
   }
   EXPECT_FALSE(SetupFlow::row({.host = "", .name = "Ghost", .state = "ready"}));
   EXPECT_FALSE(SetupFlow::row({.name = "Ghost", .state = "ready"}));
@@ -137,23 +104,14 @@ TEST(SetupFlow, ProjectsLine) {
 }
 
 TEST(SetupFlow, InstalledIsAPlaceThatLasts) {
-  const struct {
-    const char* path;
-    bool installed;
-  } rows[] = {
-      {"/Applications/Kestrelune.app", true},
-      {"/home/mia/Applications/Kestrelune.app", true},
-      {"/home/mia/Downloads/../Applications/Kestrelune.app", true},
-      {"~/Applications/Kestrelune.app", true},
-      {"~/Downloads/Kestrelune.app", false},
-      {"/home/mia/Downloads/Kestrelune.app", false},
-      {"/home/mia/ApplicationsOld/Kestrelune.app", false},
-      {"/home/other/Applications/Kestrelune.app", false},
-      {"/Applications/../tmp/Kestrelune.app", false},
-      {"/Applications/x/AppTranslocation/y/Kestrelune.app", false},
-      {"/home/mia/Applications", false},
-  };
-  for (const auto& row : rows) EXPECT_EQ(SetupFlow::isInstalled(row.path, "/home/mia"), row.installed) << row.path;
+  for (const char* path : {"/Applications/Kestrelune.app", "/home/mia/Applications/Kestrelune.app",
+                           "/home/mia/Downloads/../Applications/Kestrelune.app", "~/Applications/Kestrelune.app"})
+    EXPECT_TRUE(SetupFlow::isInstalled(path, "/home/mia")) << path;
+  for (const char* path :
+       {"~/Downloads/Kestrelune.app", "/home/mia/Downloads/Kestrelune.app", "/home/mia/ApplicationsOld/Kestrelune.app",
+        "/home/other/Applications/Kestrelune.app", "/Applications/../tmp/Kestrelune.app",
+        "/Applications/x/AppTranslocation/y/Kestrelune.app", "/home/mia/Applications"})
+    EXPECT_FALSE(SetupFlow::isInstalled(path, "/home/mia")) << path;
 }
 
 TEST(SetupFlow, FirstTaskGoesToTheFirstThatCanTakeIt) {

@@ -7,6 +7,7 @@
 
 #include "Fakes/World.hpp"
 #include "base/Digest.hpp"
+#include "base/System.hpp"
 
 namespace kestrelune {
 namespace {
@@ -63,6 +64,10 @@ class SetupTest : public testing::Test {
     const Call call = calls.front();
     calls.pop_front();
     call.completed({code, line});
+    world.loop.turn();
+  }
+  void look() {
+    controller->checkForUpdates();
     world.loop.turn();
   }
   void installOld(const std::string& content = "an older helper") { world.folder.write(kHelper, content); }
@@ -136,6 +141,8 @@ TEST_F(SetupTest, ASetupPlacesInstallsAndRegisters) {
   world.loop.turn();
   ASSERT_EQ(calls.size(), 1u) << "a second press does nothing";
   EXPECT_EQ(calls[0].command.arguments, (Events{world.folder.path(kHelper), "install", "--in-app"}));
+  EXPECT_EQ(calls[0].command.executable, world.folder.path("root/node/current/bin/node"));
+  EXPECT_EQ(calls[0].command.environment, system::environment());
   EXPECT_EQ(calls[0].timeout, 720);
   EXPECT_EQ(world.folder.read(kHelper), kCarried);
   EXPECT_TRUE(controller->runner().running());
@@ -143,6 +150,13 @@ TEST_F(SetupTest, ASetupPlacesInstallsAndRegisters) {
   EXPECT_EQ(registrations, 1);
   EXPECT_EQ(events.back(), "finished 0 done");
   EXPECT_FALSE(controller->busy());
+
+  controller->setup();
+  world.loop.turn();
+  controller.reset();
+  events.clear();
+  complete(0);
+  EXPECT_TRUE(events.empty()) << "a command may outlive it";
 }
 
 TEST_F(SetupTest, FailuresAreToldAndASecondTryWorks) {
@@ -212,8 +226,8 @@ TEST_F(SetupTest, AnUpdateReplacesOnlyAnIdleOrDeadHelper) {
     installHelper();
     installOld();
     world.writeStatus(row.status, row.pid);
-    make().checkForUpdates();
-    world.loop.turn();
+    make();
+    look();
     if (!calls.empty()) complete(0, "1.0");
     EXPECT_EQ(world.folder.read(kHelper) == kCarried, row.replaced) << row.name;
     EXPECT_EQ(events, row.replaced ? Events{"restart"} : Events{}) << row.name;
@@ -227,16 +241,14 @@ TEST_F(SetupTest, ANewerHelperIsAskedOnlyOnce) {
   world.writeStatus(kIdle);
   make();
   for (int round = 0; round < 3; ++round) {
-    controller->checkForUpdates();
-    world.loop.turn();
+    look();
     ASSERT_EQ(calls.size(), round == 0 ? 1u : 0u);
     if (round == 0) complete(0, "3.0");
     EXPECT_FALSE(controller->busy());
   }
   EXPECT_EQ(world.folder.read(kHelper), "a helper that updated itself");
   installOld();
-  controller->checkForUpdates();
-  world.loop.turn();
+  look();
   EXPECT_EQ(calls.size(), 1u) << "what it told was the version of another file";
 }
 
@@ -244,19 +256,17 @@ TEST_F(SetupTest, AHelperThatChangesUnderItsHandsIsLeftAlone) {
   installHelper();
   installOld();
   world.writeStatus(kIdle);
-  make().checkForUpdates();
-  world.loop.turn();
+  make();
+  look();
   installOld("something else by now");
   complete(0, "1.0");
   EXPECT_EQ(world.folder.read(kHelper), "something else by now");
-  controller->checkForUpdates();
-  world.loop.turn();
+  look();
   std::filesystem::remove(world.folder.path("runner/in-app"));
   complete(0, "1.0");
   EXPECT_EQ(world.folder.read(kHelper), "something else by now") << "an install that has gone";
   installOld();
-  controller->checkForUpdates();
-  world.loop.turn();
+  look();
   EXPECT_TRUE(events.empty() && calls.empty()) << "without one nothing is looked for";
 }
 
@@ -265,8 +275,8 @@ TEST_F(SetupTest, AnUpdateGoesTheWayOfTheInstall) {
   installOld();
   world.writeStatus(kIdle);
   restarts = false;
-  make().checkForUpdates();
-  world.loop.turn();
+  make();
+  look();
   complete(0, "1.0");
   EXPECT_EQ(calls[0].command.arguments.front(), "kickstart");
   EXPECT_TRUE(controller->busy());
@@ -276,8 +286,8 @@ TEST_F(SetupTest, AnUpdateGoesTheWayOfTheInstall) {
   events.clear();
   installOld();
   payload->nodeVersion = "v22.0.0";
-  make().checkForUpdates();
-  world.loop.turn();
+  make();
+  look();
   complete(0, "1.0");
   EXPECT_EQ(events, Events{"before install"}) << "a new runtime needs the helper's own install";
   EXPECT_EQ(running(), "node --in-app");

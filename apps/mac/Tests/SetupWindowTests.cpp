@@ -60,41 +60,31 @@ TEST_F(SetupWindowTest, MovesOnByItselfOnceAndComesToTheFront) {
   EXPECT_EQ(windows().raised.size(), 1u);
 }
 
-TEST_F(SetupWindowTest, OpensWhereThingsStand) {
+TEST_F(SetupWindowTest, NothingMovesThatWasDoneAtCreation) {
   world.writeStatus(kReady);
-  make();
-  EXPECT_TRUE(shows("Step 2 of 3"));
   make(false, SetupStep::account);
-  EXPECT_TRUE(shows("Signed in. This Mac is connected."));
-  windows().raised.clear();
   world.loop.pass(2);
-  EXPECT_TRUE(shows("Step 1 of 3")) << "nothing moves that was done at creation";
+  EXPECT_TRUE(shows("Signed in. This Mac is connected."));
   world.writeStatus(std::string(kReady) + R"(,"connections":[{"family":"google","state":"connected"}])");
   make();
-  EXPECT_TRUE(shows("Step 3 of 3"));
+  EXPECT_TRUE(shows("Step 3 of 3")) << "it opens where things stand";
 }
 
-TEST_F(SetupWindowTest, ConnectingAnAssistantGuidesAndGoesOn) {
+TEST_F(SetupWindowTest, AnAssistantIsConnectedOnceItIsChosen) {
   world.writeStatus(kReady);
   make();
   EXPECT_FALSE(press(SetupKeys::kConnect)) << "nothing is chosen";
   press(SetupKeys::kAssistants, "nonsense");
   EXPECT_FALSE(window->model().chosen);
   press(SetupKeys::kAssistants, "chatgpt");
-  EXPECT_TRUE(shows("Connect ChatGPT"));
   EXPECT_TRUE(press(SetupKeys::kConnect));
   EXPECT_EQ(world.session.pasteboard().text, endpoints::kMcpUrl);
   EXPECT_EQ(world.session.workspace().links, std::vector<std::string>{Action::connectorURL("chatgpt")->text()});
-  EXPECT_TRUE(shows("turn on Developer mode"));
-
   windows().raised.clear();
   world.writeStatus(std::string(kReady) + R"(,"connections":[{"family":"chatgpt","state":"connected"}])");
   world.loop.pass(1);
-  EXPECT_TRUE(shows("ChatGPT is connected."));
   EXPECT_EQ(windows().raised.size(), 1u);
   EXPECT_TRUE(shows("Step 2 of 3")) << "a connection alone doesn't move on";
-  EXPECT_TRUE(press(SetupKeys::kContinueFromAI));
-  EXPECT_TRUE(shows("Step 3 of 3"));
 }
 
 TEST_F(SetupWindowTest, GrokFallsBackToItsPage) {

@@ -2,57 +2,46 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
 #include "Fakes/Languages.hpp"
+#include "Fakes/TestFolder.hpp"
 #include "HelperModel.hpp"
 #include "RuntimeAction.hpp"
+#include "base/Text.hpp"
 
 namespace kestrelune {
 namespace {
 
 /// A folder of the helper's small files.
-class HelperFolder : public testing::Test {
- protected:
-  HelperFolder() { mkdtemp(path_); }
-  ~HelperFolder() override { std::filesystem::remove_all(path_); }
-  void write(const char* name, std::string_view text) { std::ofstream(std::string(path_) + "/" + name) << text; }
-  Url folder() const { return Url::file(path_); }
-
-  char path_[32] = "/tmp/kestrelune-XXXXXX";
-  const testing_support::English english_;
+struct HelperFolder : testing::Test {
+  bool offersTools() const { return !ShareTools::menuEntries(ShareTools::state(systemFiles(), folder.url())).empty(); }
+  const TestFolder folder;
+  const testing_support::English english;
 };
 
 TEST_F(HelperFolder, OnlyAGoodFileOfTheKnownVersionGivesTools) {
-  const std::string good =
-      R"({"schemaVersion":2,"view":[{"id":"skills","on":true,"available":true,"mode":"direct","to":["cursor","odd"]}]})";
-  struct Row {
-    const char *name, *text;
+  const std::string tool = R"("id":"skills","on":true,"available":true,"mode":"direct")";
+  const std::string good = R"({"schemaVersion":2,"view":[{)" + tool + R"(,"to":["cursor","odd"]}]})";
+  const struct {
+    const char* name;
+    std::string text;
     bool lines;
-  };
-  const Row rows[] = {
-      {"good", good.c_str(), true},
-      {"another version", R"({"schemaVersion":1,"view":[]})", false},
-      {"no version", R"({"view":[{"id":"skills","on":true,"available":true,"mode":"direct","to":[]}]})", false},
-      {"a tool that lacks a key",
-       R"({"schemaVersion":2,"view":[{"id":"skills","on":true,"available":true,"mode":"direct"}]})", false},
-      {"only an unknown tool",
-       R"({"schemaVersion":2,"view":[{"id":"new","on":true,"available":true,"mode":"direct","to":[]}],"newApps":["cursor"]})",
-       false},
-      {"only an unavailable tool",
-       R"({"schemaVersion":2,"view":[{"id":"skills","on":true,"available":false,"mode":"direct","to":[]}]})", false},
+  } rows[] = {
+      {"good", good, true},
+      {"another version", text::replacedAll(good, "2", "1"), false},
+      {"no version", text::replacedAll(good, R"("schemaVersion":2,)", ""), false},
+      {"a tool that lacks a key", R"({"schemaVersion":2,"view":[{)" + tool + "}]}", false},
+      {"only an unknown tool", text::replacedAll(good, "skills", "new"), false},
+      {"only an unavailable tool", text::replacedAll(good, R"("available":true)", R"("available":false)"), false},
       {"no object", "[]", false},
-      {"damaged", "{\"schemaVersion\":2,", false},
+      {"damaged", good.substr(1), false},
   };
-  EXPECT_FALSE(ShareTools::state(systemFiles(), folder()));
-  for (const Row& row : rows) {
-    write("share-tools.json", row.text);
-    EXPECT_EQ(!ShareTools::menuEntries(ShareTools::state(systemFiles(), folder())).empty(), row.lines) << row.name;
+  EXPECT_FALSE(offersTools()) << "no file";
+  for (const auto& row : rows) {
+    folder.write("share-tools.json", row.text);
+    EXPECT_EQ(offersTools(), row.lines) << row.name;
   }
-  write("share-tools.json", good);
-  EXPECT_EQ(ShareTools::detail(ShareTools::state(systemFiles(), folder())->tools[0]), "Cursor, odd");
+  folder.write("share-tools.json", good);
+  EXPECT_EQ(ShareTools::detail(ShareTools::state(systemFiles(), folder.url())->tools[0]), "Cursor, odd");
 }
 
 TEST(ShareTools, LinesCountWhatIsSwitchedOnHere) {
@@ -73,15 +62,11 @@ TEST(ShareTools, LinesCountWhatIsSwitchedOnHere) {
 }
 
 TEST_F(HelperFolder, TheSmallModelIsOnUntilItsFileSaysOff) {
-  EXPECT_TRUE(HelperModel::isEnabled(systemFiles(), folder()));
-  for (const auto& [text, on] : {std::pair{"{}", true},
-                                 {"{\"enabled\":false}", false},
-                                 {"{\"enabled\":\"false\"}", true},
-                                 {"{\"enabled\":null}", true},
-                                 {"", true},
-                                 {"[false]", true}}) {
-    write("small-model.json", text);
-    EXPECT_EQ(HelperModel::isEnabled(systemFiles(), folder()), on) << text;
+  EXPECT_TRUE(HelperModel::isEnabled(systemFiles(), folder.url()));
+  for (const char* text :
+       {"{\"enabled\":false}", "{}", "{\"enabled\":\"false\"}", "{\"enabled\":null}", "", "[false]"}) {
+    folder.write("small-model.json", text);
+    EXPECT_EQ(HelperModel::isEnabled(systemFiles(), folder.url()), text != std::string("{\"enabled\":false}")) << text;
   }
 }
 

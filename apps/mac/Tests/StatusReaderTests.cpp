@@ -190,16 +190,5 @@ TEST(SettlePlan, TheKeyTellsWhatIsAnotherThing) {
   for (const auto& row : rows) EXPECT_EQ(SettlePlan::key(row.a) == SettlePlan::key(row.b), row.same) << row.name;
 }
 
-TEST(SettleMarks, AreWrittenAndReadBack) {
-  const SettleMarks marks{{"a\x1f"
-                           "b\x1f",
-                           {1.5, true}},
-                          {"ü", {kNow.seconds, false}}};
-  SettleMarks read;
-  decodeJson(Json::parse(toJson(marks).write()), read);
-  EXPECT_EQ(read, marks);
-  EXPECT_THROW(decodeJson(Json::parse(R"({"a":{"until":1}})"), read), JsonError);
-}
-
 }  // namespace
 }  // namespace kestrelune

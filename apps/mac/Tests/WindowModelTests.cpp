@@ -5,7 +5,6 @@
 #include <filesystem>
 
 #include "Fakes/World.hpp"
-#include "Notifications.hpp"
 
 namespace kestrelune {
 namespace {
@@ -154,18 +153,6 @@ TEST_F(WindowModelTest, ShowsAReportOnlyInsideTheReportsFolder) {
   world.folder.write("runner/reports/latest.json", R"({"state":"x","answer":")" + most);
   model->loadProblem();
   EXPECT_FALSE(model->state().problem) << "too long, or damaged";
-}
-
-TEST_F(WindowModelTest, SwitchesShowWhatIsStored) {
-  model->toggleMuted();
-  EXPECT_TRUE(model->state().muted);
-  EXPECT_TRUE(world.defaults.boolean(Notifications::kMutedKey));
-  model->toggleLogin();
-  world.loop.turn();
-  EXPECT_EQ(model->state().loginItem, world.session.loginItem().state == LoginItem::Status::enabled);
-  model->copyDownloadLink();
-  EXPECT_TRUE(world.session.pasteboard().text.starts_with("https://"));
-  EXPECT_TRUE(model->state().copied);
 }
 
 TEST(RowRangeTest, IsWidenedToBlocksAndNeverTrusted) {

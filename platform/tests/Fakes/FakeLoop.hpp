@@ -40,11 +40,13 @@ class FakeLoop final : public RunLoop {
   void background(Work work) override { posted_.push_back(std::move(work)); }
   Timer after(double seconds, Work work) override { return addTimer(seconds, 0, std::move(work)); }
   Timer every(double seconds, Work work) override { return addTimer(seconds, seconds, std::move(work)); }
-  std::unique_ptr<Subscription> watch(int descriptor, Work work) override {
-    return listen(watches_, descriptor, std::move(work));
-  }
+  /// No descriptor ever becomes readable.
+  std::unique_ptr<Subscription> watch(int, Work) override { return nullptr; }
   std::unique_ptr<Subscription> onSignal(int signal, Work work) override {
-    return listen(signals_, signal, std::move(work));
+    auto pending = std::make_shared<Pending>();
+    pending->work = std::move(work);
+    signals_.emplace(signal, pending);
+    return std::make_unique<Holder>(std::move(pending));
   }
   void run() override { turn(); }
   void stop() override { stopped_ = true; }
@@ -79,9 +81,18 @@ class FakeLoop final : public RunLoop {
     if (end > clock_.uptime()) clock_.pass(end - clock_.uptime());
   }
 
-  /// A signal, or a descriptor that became readable.
-  void raise(int signal) { fire(signals_, signal); }
-  void makeReadable(int descriptor) { fire(watches_, descriptor); }
+  /// A signal has come.
+  void raise(int signal) {
+    std::vector<std::shared_ptr<Pending>> found;
+    const auto [first, last] = signals_.equal_range(signal);
+    for (auto it = first; it != last; ++it)
+      if (auto listener = it->second.lock()) found.push_back(std::move(listener));
+    for (const auto& listener : found) {
+      const Work work = listener->work;
+      work();
+    }
+    turn();
+  }
 
  private:
   static constexpr double kNever = 1e18;
@@ -95,14 +106,6 @@ class FakeLoop final : public RunLoop {
     explicit Holder(std::shared_ptr<Pending> held) : pending(std::move(held)) {}
     std::shared_ptr<Pending> pending;
   };
-  using Listeners = std::multimap<int, std::weak_ptr<Pending>>;
-
-  std::unique_ptr<Subscription> listen(Listeners& listeners, int number, Work work) {
-    auto pending = std::make_shared<Pending>();
-    pending->work = std::move(work);
-    listeners.emplace(number, pending);
-    return std::make_unique<Holder>(std::move(pending));
-  }
 
   Timer addTimer(double seconds, double period, Work work) {
     auto pending = std::make_shared<Pending>();
@@ -120,22 +123,10 @@ class FakeLoop final : public RunLoop {
     return next;
   }
 
-  void fire(Listeners& listeners, int number) {
-    std::vector<std::shared_ptr<Pending>> found;
-    const auto [first, last] = listeners.equal_range(number);
-    for (auto it = first; it != last; ++it)
-      if (auto listener = it->second.lock()) found.push_back(std::move(listener));
-    for (const auto& listener : found) {
-      const Work work = listener->work;
-      work();
-    }
-    turn();
-  }
-
   FakeClock& clock_;
   std::deque<Work> posted_;
   std::vector<std::weak_ptr<Pending>> timers_;
-  Listeners signals_, watches_;
+  std::multimap<int, std::weak_ptr<Pending>> signals_;
   bool stopped_ = false;
 };
 
