@@ -10,26 +10,10 @@ namespace kestrelune {
 namespace {
 
 TEST(Json, RefusesWhatIsNoJsonWithoutACrash) {
-  const std::string rows[] = {"",
-                              " ",
-                              "{",
-                              "{\"a\":}",
-                              "[1,]",
-                              "{} x",
-                              "nul",
-                              "NaN",
-                              "'a'",
-                              "{\"a\" 1}",
-                              "\"\xff\"",
-                              "\"\xed\xa0\x80\"",
-                              "\"a\nb\"",
-                              "01",
-                              "[1}",
-                              "{\"a\":1,\"a\"",
-                              std::string(100'000, '['),
-                              std::string(100'000, '{'),
-                              "\xef\xbb"};
-  for (const std::string& text : rows) EXPECT_THROW(Json::parse(text), JsonError) << text.substr(0, 20);
+  for (const char* text : {"", " ", "{", "{\"a\":}", "[1,]", "{} x", "nul", "NaN", "'a'", "{\"a\" 1}", "\"\xff\"",
+                           "\"\xed\xa0\x80\"", "\"a\nb\"", "01", "[1}", "{\"a\":1,\"a\"", "\xef\xbb"})
+    EXPECT_THROW(Json::parse(text), JsonError) << text;
+  for (const char open : {'[', '{'}) EXPECT_THROW(Json::parse(std::string(100'000, open)), JsonError);
   EXPECT_NO_THROW(Json::parse(std::string(512, '[') + std::string(512, ']')));
   EXPECT_THROW(Json::parse(std::string(513, '[') + std::string(513, ']')), JsonError);
 }
@@ -113,13 +97,10 @@ TEST(Messages, HostileOnesAreRefused) {
   for (int i = 0; i < 100; ++i) deep += R"({"children":[)";
   for (int i = 0; i < 100; ++i) deep += "]}";
   deep += "}";
-  for (const std::string& line :
-       {std::string("{}"), std::string("[]"), std::string(R"({"type":1})"), std::string(R"({"type":"odd"})"),
-        std::string(R"({"type":"showMenu","menu":{}})"), std::string(R"({"type":"showMenu","menu":[{"form":6}]})"),
-        std::string(R"({"type":"showMenu","id":"1"})"), std::string(R"({"type":"showWindow","tree":{"kind":-1}})"),
-        deep}) {
-    EXPECT_THROW(messages::decodeDown(line), JsonError) << line.substr(0, 60);
-  }
+  for (const char* line : {"{}", "[]", R"({"type":1})", R"({"type":"odd"})", R"({"type":"showMenu","menu":{}})",
+                           R"({"type":"showMenu","menu":[{"form":6}]})", R"({"type":"showMenu","id":"1"})",
+                           R"({"type":"showWindow","tree":{"kind":-1}})", deep.c_str()})
+    EXPECT_THROW(messages::decodeDown(line), JsonError) << line;
   EXPECT_EQ(messages::decodeDown(R"({"type":"quit","more":{}})"), messages::Down(messages::Quit{}));
   EXPECT_EQ(std::get<messages::Ready>(messages::decodeUp(R"({"type":"ready"})")).version, 0)
       << "a version is never assumed";

@@ -7,8 +7,6 @@
 #include <chrono>
 #include <fstream>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "base/Task.hpp"
 
@@ -103,25 +101,6 @@ TEST(TaskWatchedTest, AGrandchildThatHoldsThePipeDelaysNothing) {
   EXPECT_FALSE(got.result.timedOut);
   EXPECT_LT(got.seconds, 5);
   ::kill(std::stoi(got.tail), SIGKILL);
-}
-
-TEST(TaskWatchedTest, ManyAtOnceFromManyThreads) {
-  std::vector<std::thread> threads;
-  std::vector<Watched> got(20);
-  for (std::size_t i = 0; i < got.size(); ++i)
-    threads.emplace_back([&, i] { got[i] = watch("echo " + std::to_string(i) + "; exit " + std::to_string(i), 20); });
-  for (std::thread& thread : threads) thread.join();
-  for (std::size_t i = 0; i < got.size(); ++i) {
-    EXPECT_EQ(got[i].tail, std::to_string(i) + "\n");
-    EXPECT_EQ(got[i].result.end.status, static_cast<int>(i));
-  }
-}
-
-TEST(TaskWatchedTest, AMissingProgramIsToldByItsNumber) {
-  TaskRequest request;
-  request.executable = "/nonexistent";
-  const WatchedEnd got = runWatched(request, 1, [](std::string_view) { FAIL(); });
-  EXPECT_EQ(got.launchError, ENOENT);
 }
 
 }  // namespace

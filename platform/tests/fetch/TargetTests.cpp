@@ -7,25 +7,13 @@ namespace {
 
 TEST(FetchTarget, FollowsARedirectOnlyWithinItsHost) {
   const char* from = "https://host.example/a/b?c";
-  const struct {
-    const char* to;
-    bool followed;
-  } rows[] = {
-      {"https://host.example/other", true},
-      {"https://HOST.example/other", true},
-      {"https://host.example:443/other", true},
-      {"https://host.example:444/other", false},
-      {"http://host.example/other", false},
-      {"https://other.example/a", false},
-      {"https://host.example.evil/a", false},
-      {"https://evil@host.example/a", false},
-      {"https://host.example@evil.example/a", false},
-      {"file:///etc/passwd", false},
-      {"ftp://host.example/a", false},
-      {"/relative", false},
-      {"", false},
-  };
-  for (const auto& row : rows) EXPECT_EQ(redirect(from, row.to).has_value(), row.followed) << row.to;
+  for (const char* to : {"https://host.example/other", "https://HOST.example/other", "https://host.example:443/other"})
+    EXPECT_TRUE(redirect(from, to)) << to;
+  for (const char* to :
+       {"https://host.example:444/other", "http://host.example/other", "https://other.example/a",
+        "https://host.example.evil/a", "https://evil@host.example/a", "https://host.example@evil.example/a",
+        "file:///etc/passwd", "ftp://host.example/a", "/relative", ""})
+    EXPECT_FALSE(redirect(from, to)) << to;
   EXPECT_FALSE(redirect("http://host.example/", "https://host.example/"));
 }
 

@@ -116,25 +116,6 @@ TEST_F(WindowTest, ReturnPressesThePrimaryButtonAndEscapeCloses) {
   EXPECT_TRUE(closed);
 }
 
-TEST_F(WindowTest, NothingIsCutOffAtAnySize) {
-  View row{
-      .kind = Kind::row,
-      .children = {{.kind = Kind::stack, .children = {text("A title"), text("A detail that is long enough to wrap")}},
-                   {.kind = Kind::spacer},
-                   button("A button at the end")}};
-  show({.kind = Kind::stack,
-        .key = "root",
-        .padding = 20,
-        .children = {text(std::string(300, 'm') + " long"), row, button("z")}},
-       {.id = "w", .width = 420, .height = 200, .heightFollowsContent = true});
-  QApplication::processEvents();
-  for (QLabel* label : host->findChildren<QLabel*>()) {
-    EXPECT_GE(label->height(), label->heightForWidth(label->width())) << label->text().left(20).toStdString();
-  }
-  const QWidget* end = find("A button at the end");
-  EXPECT_EQ(end->mapTo(host.get(), QPoint(end->width(), 0)).x(), host->width() - 20);
-}
-
 TEST_F(WindowTest, TabGoesByWhatIsSeenAndStaysInSight) {
   View tree{.kind = Kind::stack, .key = "root", .children = {{.kind = Kind::scroll, .key = "page"}}};
   for (const char* key : {"a", "b", "c"}) tree.children[0].children.push_back(button(key));

@@ -12,7 +12,7 @@ constexpr const char* kName = "org.freedesktop.Notifications";
 constexpr const char* kPath = "/org/freedesktop/Notifications";
 
 /// A notification server, in this process and on this loop.
-class FakeServer {
+class FakeServer : public BusPeer {
  public:
   struct Call {
     std::uint32_t replaces = 0;
@@ -22,26 +22,14 @@ class FakeServer {
 
   FakeServer(SessionRunLoop& loop, const std::string& address, std::vector<std::string> capabilities,
              bool hangs = false)
-      : capabilities_(std::move(capabilities)), hangs_(hangs) {
+      : BusPeer(loop, address), capabilities_(std::move(capabilities)), hangs_(hangs) {
     static const sd_bus_vtable kTable[] = {
         SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD("GetCapabilities", "", "as", &FakeServer::capabilities, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_METHOD("Notify", "susssasa{sv}i", "u", &FakeServer::notify, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END};
-    sd_bus_new(&bus_);
-    sd_bus_set_address(bus_, address.c_str());
-    sd_bus_set_bus_client(bus_, 1);
-    EXPECT_GE(sd_bus_start(bus_), 0);
-    EXPECT_GE(sd_bus_add_object_vtable(bus_, nullptr, kPath, kName, kTable, this), 0);
-    EXPECT_GE(sd_bus_request_name(bus_, kName, 0), 0);
-    sd_bus_attach_event(bus_, loop.event(), 0);
+    serve(kPath, kName, kTable, this);
   }
-  ~FakeServer() {
-    sd_bus_detach_event(bus_);
-    sd_bus_close_unref(bus_);
-  }
-  FakeServer(const FakeServer&) = delete;
-  FakeServer& operator=(const FakeServer&) = delete;
 
   void invoke(std::uint32_t number, const char* key = "default") {
     sd_bus_emit_signal(bus_, kPath, kName, "ActionInvoked", "us", number, key);
@@ -56,15 +44,6 @@ class FakeServer {
   bool refuses = false;
 
  private:
-  static std::vector<std::string> strings(sd_bus_message* message) {
-    std::vector<std::string> all;
-    const char* text = nullptr;
-    sd_bus_message_enter_container(message, 'a', "s");
-    while (sd_bus_message_read(message, "s", &text) > 0) all.emplace_back(text);
-    sd_bus_message_exit_container(message);
-    return all;
-  }
-
   static int capabilities(sd_bus_message* message, void* data, sd_bus_error*) {
     auto* self = static_cast<FakeServer*>(data);
     if (self->hangs_) return 1;
@@ -85,7 +64,7 @@ class FakeServer {
     sd_bus_message_read(message, "susss", &application, &call.replaces, &icon, &title, &body);
     call.title = title;
     call.body = body;
-    call.actions = strings(message);
+    call.actions = readTexts(message);
     sd_bus_message_enter_container(message, 'a', "{sv}");
     while (sd_bus_message_enter_container(message, 'e', "sv") > 0) {
       const char* name = nullptr;
@@ -99,7 +78,6 @@ class FakeServer {
     return sd_bus_reply_method_return(message, "u", call.replaces ? call.replaces : self->next++);
   }
 
-  sd_bus* bus_ = nullptr;
   std::vector<std::string> capabilities_;
   bool hangs_;
 };

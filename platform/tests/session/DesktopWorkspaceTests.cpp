@@ -42,10 +42,7 @@ struct DesktopWorkspaceTest : testing::Test {
         loop, tasks, systemFiles(), terminal, environment, folder.path(), dryRun);
   }
   void end(std::size_t child, int status, const std::string& output = "") {
-    TaskEnd how;
-    how.status = status;
-    how.output = output;
-    tasks.end(child, how);
+    tasks.end(child, {.status = status, .output = output});
     loop.turn();
   }
 

@@ -5,12 +5,14 @@
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
+#include <systemd/sd-bus.h>
 #include <systemd/sd-event.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "Fakes/TestFolder.hpp"
 #include "session/SessionRunLoop.hpp"
@@ -64,6 +66,40 @@ class PrivateBus {
  private:
   TestFolder folder_;
   pid_t pid_ = -1;
+};
+
+/// Somebody else on a bus, in this process and on this loop, with one name and one object.
+class BusPeer {
+ public:
+  BusPeer(SessionRunLoop& loop, const std::string& address) {
+    sd_bus_new(&bus_);
+    sd_bus_set_address(bus_, address.c_str());
+    sd_bus_set_bus_client(bus_, 1);
+    EXPECT_GE(sd_bus_start(bus_), 0);
+    sd_bus_attach_event(bus_, loop.event(), 0);
+  }
+  ~BusPeer() {
+    sd_bus_detach_event(bus_);
+    sd_bus_close_unref(bus_);
+  }
+  BusPeer(const BusPeer&) = delete;
+  BusPeer& operator=(const BusPeer&) = delete;
+
+  void serve(const char* path, const char* name, const sd_bus_vtable* table, void* data) {
+    EXPECT_GE(sd_bus_add_object_vtable(bus_, nullptr, path, name, table, data), 0);
+    EXPECT_GE(sd_bus_request_name(bus_, name, 0), 0);
+  }
+  static std::vector<std::string> readTexts(sd_bus_message* message) {
+    std::vector<std::string> all;
+    const char* text = nullptr;
+    sd_bus_message_enter_container(message, 'a', "s");
+    while (sd_bus_message_read(message, "s", &text) > 0) all.emplace_back(text);
+    sd_bus_message_exit_container(message);
+    return all;
+  }
+
+ protected:
+  sd_bus* bus_ = nullptr;
 };
 
 /// Serves the loop until `done`; may be called again and again. False when that takes over 20 seconds.

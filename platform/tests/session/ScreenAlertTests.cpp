@@ -10,12 +10,7 @@ namespace {
 
 using namespace messages;
 
-Question question(const std::string& title) {
-  Question asked;
-  asked.title = title;
-  asked.buttons = {"Yes", "No"};
-  return asked;
-}
+Question question(const std::string& title) { return {.title = title, .buttons = {"Yes", "No"}}; }
 
 struct ScreenAlertTest : testing::Test {
   void ask(const std::string& title) {
@@ -101,9 +96,7 @@ TEST_F(ScreenAlertTest, WithoutADisplayALineTellsAndNothingIsAnswered) {
 }
 
 TEST_F(ScreenAlertTest, AMessageWithoutButtonsGetsOne) {
-  Question message;
-  message.title = "Action failed";
-  alert.ask(message, [](const Answer&) {});
+  alert.ask({.title = "Action failed"}, [](const Answer&) {});
   port.start();
   EXPECT_EQ(port.all<Ask>().at(0).question.buttons, Strings{"OK"});
 }

@@ -237,14 +237,9 @@ TEST(ScreenLink, EndsAScreenThatListensPolitelyAndAnyOtherByForce) {
 
 TEST_F(ScreenLinkTest, ASlowScreenGetsTheNewestTreeOnly) {
   startReady();
-  const auto show = [&](int number) {
-    ShowWindow message;
-    message.spec.id = "main";
-    message.tree.text = std::to_string(number);
-    link.send(message);
-  };
   screen().room = 1;
-  for (int number = 0; number < 1000; ++number) show(number);
+  for (int number = 0; number < 1000; ++number)
+    link.send(ShowWindow{.spec = {.id = "main"}, .tree = {.text = std::to_string(number)}});
   screen().room = std::string::npos;
   screen().events.writable();
   std::vector<std::string> texts;

@@ -8,33 +8,11 @@ namespace {
 using namespace messages;
 
 ShowWindow show(const std::string& id, const std::string& text, const std::string& token = "") {
-  ShowWindow message;
-  message.spec.id = id;
-  message.tree.text = text;
-  message.activationToken = token;
-  return message;
+  return {.spec = {.id = id}, .tree = {.text = text}, .activationToken = token};
 }
-
-ShowMenu menu(int id, const std::string& title) {
-  ShowMenu message;
-  message.id = id;
-  message.menu.emplace_back().title = title;
-  return message;
-}
-
-UpdateMenu rows(int id, const std::string& title) {
-  UpdateMenu message;
-  message.id = id;
-  message.menu.emplace_back().title = title;
-  return message;
-}
-
-ShowStatusItem item(const std::string& pill) {
-  ShowStatusItem message;
-  message.visible = true;
-  message.look.pill = pill;
-  return message;
-}
+ShowMenu menu(int id, const std::string& title) { return {.id = id, .menu = {{.title = title}}}; }
+UpdateMenu rows(int id, const std::string& title) { return {.id = id, .menu = {{.title = title}}}; }
+ShowStatusItem item(const std::string& pill) { return {.visible = true, .look = {.pill = pill}}; }
 
 TEST(ScreenOutbox, KeepsOfWhatReplacesOnlyTheNewestInItsPlace) {
   struct Row {

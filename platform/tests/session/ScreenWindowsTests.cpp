@@ -12,21 +12,11 @@ namespace {
 
 using namespace messages;
 
-View text(const std::string& words) {
-  View view;
-  view.text = words;
-  return view;
-}
-
-WindowSpec spec(const std::string& id) {
-  WindowSpec window;
-  window.id = id;
-  return window;
-}
+View text(const std::string& words) { return {.text = words}; }
 
 struct ScreenWindowsTest : testing::Test {
   void show(const std::string& id, const std::string& words = "1") {
-    windows.show(spec(id), text(words),
+    windows.show({.id = id}, text(words),
                  {[this](const ViewEvent& event) { events.push_back(event.node); },
                   [this, id] { closed.push_back(id); }, [](const Rect&) {}});
   }

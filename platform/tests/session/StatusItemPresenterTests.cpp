@@ -72,11 +72,7 @@ TEST_F(StatusItemPresenterTest, SaysItsLookAndSignalsOnlyWhatChanged) {
   };
   for (const Row& row : std::vector<Row>{
            {"nothing", [](StatusItemLook&) {}, {}},
-           {"dot",
-            [](StatusItemLook& l) {
-              l.dot = {208, 52, 44};
-            },
-            {"NewIcon"}},
+           {"dot", [](StatusItemLook& l) { l.dot.red = 208; }, {"NewIcon"}},
            {"tool tip", [](StatusItemLook& l) { l.toolTip = "t"; }, {"NewToolTip"}},
            {"pill", [](StatusItemLook& l) { l.pill = std::string("<a>\0b", 5); }, {"NewToolTip", "XAyatanaNewLabel"}},
            {"tone", [](StatusItemLook& l) { l.tone = StatusItemLook::PillTone::done; }, {}},
@@ -89,9 +85,7 @@ TEST_F(StatusItemPresenterTest, SaysItsLookAndSignalsOnlyWhatChanged) {
     std::erase(host->signals, "PropertiesChanged");
     EXPECT_EQ(host->signals, row.signals);
   }
-  EXPECT_EQ(host->text("XAyatanaLabel"),
-            "<a>\xEF\xBF\xBD"
-            "b");
+  EXPECT_EQ(host->text("XAyatanaLabel"), "<a>\uFFFDb");
   const BusMessage tip = host->property("ToolTip");
   const char *icon = nullptr, *title = nullptr, *text = nullptr;
   sd_bus_message_enter_container(tip.get(), 'v', "(sa(iiay)ss)");
@@ -100,9 +94,7 @@ TEST_F(StatusItemPresenterTest, SaysItsLookAndSignalsOnlyWhatChanged) {
   sd_bus_message_skip(tip.get(), "a(iiay)");
   ASSERT_GT(sd_bus_message_read(tip.get(), "ss", &title, &text), 0);
   EXPECT_STREQ(title, "t");
-  EXPECT_STREQ(text,
-               "&lt;a&gt;\xEF\xBF\xBD"
-               "b");
+  EXPECT_STREQ(text, "&lt;a&gt;\uFFFDb");
 }
 
 TEST_F(StatusItemPresenterTest, IsShownWhereThereIsAPlaceAtThisMoment) {
@@ -124,21 +116,6 @@ TEST_F(StatusItemPresenterTest, IsShownWhereThereIsAPlaceAtThisMoment) {
   host.reset();
   host = std::make_unique<TrayHost>(loop, daemon.address(), true, true);
   EXPECT_TRUE(served([&] { return screenShows(); })) << "a watcher that refuses us";
-}
-
-TEST_F(StatusItemPresenterTest, FindsTheBusAgain) {
-  hostComes();
-  for (const char* name : {"lost", "lost again"}) {
-    SCOPED_TRACE(name);
-    host.reset();
-    daemon.stop();
-    ASSERT_TRUE(served([&] { return !bus.connected(); }));
-    daemon.start();
-    bus.retry();
-    hostComes();
-    (void)host->aboutToShow();
-    EXPECT_EQ(host->layout().children.size(), menu.size());
-  }
 }
 
 TEST_F(StatusItemPresenterTest, TheMenuIsComposedWhenAHostAsks) {

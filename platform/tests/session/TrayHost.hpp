@@ -15,39 +15,24 @@ namespace kestrelune {
 
 /// A tray on a private bus, in this process and on this loop: the watcher with which items register, and a host that
 /// asks and is signalled.
-class TrayHost {
+class TrayHost : public BusPeer {
  public:
   struct Row {
     std::int32_t id = 0;
     std::map<std::string, std::string> texts;  ///< "label", "type", "enabled" and so on, as texts
     std::vector<Row> children;
-
-    std::string label() const { return texts.contains("label") ? texts.at("label") : ""; }
-    bool enabled() const { return !texts.contains("enabled"); }
   };
 
   TrayHost(SessionRunLoop& loop, const std::string& address, bool hasHost = true, bool refuses = false)
-      : loop_(loop), hasHost_(hasHost), refuses_(refuses) {
+      : BusPeer(loop, address), loop_(loop), hasHost_(hasHost), refuses_(refuses) {
     static const sd_bus_vtable kTable[] = {
         SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD("RegisterStatusNotifierItem", "s", "", &TrayHost::registered, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_PROPERTY("IsStatusNotifierHostRegistered", "b", &TrayHost::hasHost, 0, 0), SD_BUS_VTABLE_END};
-    sd_bus_new(&bus_);
-    sd_bus_set_address(bus_, address.c_str());
-    sd_bus_set_bus_client(bus_, 1);
-    EXPECT_GE(sd_bus_start(bus_), 0);
-    EXPECT_GE(sd_bus_add_object_vtable(bus_, nullptr, "/StatusNotifierWatcher", kWatcher, kTable, this), 0);
     for (const char* path : {"/StatusNotifierItem", "/MenuBar"})
       EXPECT_GE(sd_bus_match_signal(bus_, nullptr, nullptr, path, nullptr, nullptr, &TrayHost::signalled, this), 0);
-    EXPECT_GE(sd_bus_request_name(bus_, kWatcher, 0), 0);
-    sd_bus_attach_event(bus_, loop.event(), 0);
+    serve("/StatusNotifierWatcher", kWatcher, kTable, this);
   }
-  ~TrayHost() {
-    sd_bus_detach_event(bus_);
-    sd_bus_close_unref(bus_);
-  }
-  TrayHost(const TrayHost&) = delete;
-  TrayHost& operator=(const TrayHost&) = delete;
 
   void hostComes() {
     hasHost_ = true;
@@ -158,7 +143,6 @@ class TrayHost {
 
   SessionRunLoop& loop_;
   bool hasHost_, refuses_;
-  sd_bus* bus_ = nullptr;
 };
 
 }  // namespace kestrelune
