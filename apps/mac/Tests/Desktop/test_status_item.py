@@ -1,7 +1,7 @@
 """The icon on a desktop: the item of a tray host, its exported menu, and the strip where there is no host."""
 import signal
 
-from desktop import ROOT, Desktop, send, wait_for, watch
+from desktop import ROOT, Desktop, send, wait_for
 from peers import TrayHost
 from runner import equal, test, true
 
@@ -81,17 +81,3 @@ def exported_menu():
         item.menu.event(layout.find("Quit"))
         equal(process.ended(), 0, "exit status")
         true(not desktop.heartbeat.exists(), "the heartbeat is still there")
-
-
-@test("a label reaches the host as it was written")
-def labels():
-    task = {"title": "a_b & <b>c</b> “d”\n🔥", "task_id": "ab-1", "line": "x_y"}
-    with Desktop(bus=True) as desktop:
-        host = TrayHost(desktop)
-        desktop.write_status("all-ready.json", attention=[task])
-        process = desktop.companion()
-        item = host.item()
-        equal(item.says()[3], "a_b & <b>c</b> “d”\n🔥", "the label beside the icon")
-        true("&amp;" in item.says()[1] or "<" not in item.says()[1], f"markup in the tool tip's text: {item.says()[1]}")
-        watch(0.1)
-        equal(send(process), 0, "exit status")
