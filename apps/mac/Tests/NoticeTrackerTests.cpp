@@ -113,7 +113,10 @@ std::vector<std::string> modelAnswer(const History& history, const Told& told) {
 
 class Weather {
  public:
-  explicit Weather(unsigned seed) : random_(seed) {}
+  explicit Weather(unsigned seed) : random_(seed) {
+    reachable_ = pick<std::optional<bool>>({true, false, std::nullopt});
+    state_ = pick<std::optional<std::string>>({"running", "removed", std::nullopt});
+  }
 
   /// Mostly what was before, so that things last; now and then one of them changes.
   Snapshot next() {
@@ -159,8 +162,8 @@ class Weather {
 
   std::mt19937 random_;
   bool gone_ = false, red_ = false, listed_ = true;
-  std::optional<bool> reachable_ = true;
-  std::optional<std::string> state_ = "running";
+  std::optional<bool> reachable_;
+  std::optional<std::string> state_;
   std::map<std::string, std::optional<std::string>> apps_;
   unsigned tasks_ = 3;
 };
