@@ -103,19 +103,10 @@ int compareTrees(Files& files, const std::string& a, const std::string& b) {
 }
 
 int moveAcross(Files& files, const std::string& from, const std::string& to) {
-  const std::string copy = beside(to, ".moving-");
   const std::string gone = beside(from, ".moving-");
-  removeTree(files, copy);
   removeTree(files, gone);
-  int error = copyTree(files, from, copy);
-  if (error == 0) error = compareTrees(files, from, copy);
-  if (error == 0) error = files.rename(copy, to);
-  if (error != 0) {
-    removeTree(files, copy);
-    return error;
-  }
-  syncParent(files, to);
-  if (error = files.rename(from, gone); error != 0) {
+  if (const int error = copyItem(files, from, to); error != 0) return error;
+  if (const int error = files.rename(from, gone); error != 0) {
     removeTree(files, to);
     return error;
   }
@@ -133,6 +124,20 @@ int moveItem(Files& files, const std::string& from, const std::string& to) {
   // What fails here can't be made undone by anybody: the item stands under its new name.
   syncParent(files, to);
   syncParent(files, from);
+  return 0;
+}
+
+int copyItem(Files& files, const std::string& from, const std::string& to) {
+  const std::string copy = beside(to, ".moving-");
+  removeTree(files, copy);
+  int error = copyTree(files, from, copy);
+  if (error == 0) error = compareTrees(files, from, copy);
+  if (error == 0) error = files.rename(copy, to);
+  if (error != 0) {
+    removeTree(files, copy);
+    return error;
+  }
+  syncParent(files, to);
   return 0;
 }
 

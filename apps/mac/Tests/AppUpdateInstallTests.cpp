@@ -78,14 +78,15 @@ struct Life {
 };
 
 /// How the new application takes the old one's place.
-enum class Way { exchange, moves, movesAcross };
-constexpr Way kWays[] = {Way::exchange, Way::moves, Way::movesAcross};
+enum class Way { exchange, moves, exchangeAcross, movesAcross };
+constexpr Way kWays[] = {Way::exchange, Way::moves, Way::exchangeAcross, Way::movesAcross};
+constexpr bool exchanges(Way way) { return way == Way::exchange || way == Way::exchangeAcross; }
 
 /// An account where build 41 is installed, and an attempt long ago left its mark.
 struct Account {
   explicit Account(Way way) {
-    files.exchanges = way == Way::exchange;
-    if (way == Way::movesAcross) files.mount = "/apps";
+    files.exchanges = exchanges(way);
+    if (way >= Way::exchangeAcross) files.mount = "/apps";
     putApp(files, kPlace, 41);
     files.put(kFolder + "/state.json", R"({"schemaVersion":1,"skippedBuild":30})");
     files.put(kFolder + "/confirmed-42", "");
@@ -115,13 +116,14 @@ TEST(AppUpdateInstall, StoppedAnywhereAWholeApplicationIsThereAndTheNextStartGoe
           cutsPower ? files.cutPower(FakeFiles::Cut::losesContents) : files.restart();
         }
         const int there = wholeAt(files, kPlace);
-        ASSERT_TRUE(there != 0 || (way != Way::exchange && wholeAt(files, kBackup) == 41));
+        ASSERT_TRUE(there != 0 || (!exchanges(way) && wholeAt(files, kBackup) == 41));
         EXPECT_EQ(account.state().skippedBuild, 30);
         if (there == 0) moveItem(files, kBackup, kPlace);  // as the launcher does
         Life next(files);
         next.goOn();
         next.world.loop.pass(AppUpdateTimes::kConfirmation);
         EXPECT_EQ(wholeAt(files, kPlace), 42);
+        EXPECT_FALSE(files.at("/apps/.updating-Kestrelune.app"));
         EXPECT_EQ(account.state().skippedBuild, 30);
         if (there == 42) {
           EXPECT_TRUE(files.content(kFolder + "/confirmed-42") || wholeAt(files, kBackup) == 0) << "or long over";

@@ -320,8 +320,8 @@ int FakeFiles::rename(const std::string& from, const std::string& to) {
 
 int FakeFiles::exchange(const std::string& a, const std::string& b) {
   if (const int error = step("exchange " + a + " " + b)) return error;
-  if (!exchanges) return ENOSYS;
   if (crosses(a, b)) return EXDEV;
+  if (!exchanges) return ENOSYS;
   const Place one = find(a, false);
   const Place other = find(b, false);
   if (!one.node || !other.node) return ENOENT;

@@ -4,6 +4,7 @@
 
 #include "AppUpdateTimes.hpp"
 #include "Runtime.hpp"
+#include "base/Move.hpp"
 
 namespace kestrelune {
 namespace {
@@ -47,6 +48,7 @@ void AppSelfUpdater::stop() {
 void AppSelfUpdater::reportIn() {
   if (!installed_ || configuration_.dryRun) return;
   files_.removeTemporaries();
+  removeTree(outside_.files, AppUpdateFiles::wayURL(installed_->url).path());
   AppUpdateState state = files_.read();
   const auto rolledBack = files_.takeRolledBack();
   bool confirms = false;

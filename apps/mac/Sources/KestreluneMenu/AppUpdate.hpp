@@ -77,6 +77,8 @@ class AppSelfUpdater {
   void placeWatchdog() const;
   bool startWatchdog(const Url& backup, std::int64_t build);
   void swap(const Url& app, const Url& with, const Url& backup) const;
+  void swapAcross(const Url& app, const Url& with, const Url& backup) const;
+  void swapByMoves(const Url& app, const Url& with, const Url& backup) const;
 
   void backToIdle();
   void writeQuietly(const AppUpdateState& state) const;

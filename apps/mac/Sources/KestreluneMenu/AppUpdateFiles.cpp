@@ -41,6 +41,9 @@ Url AppUpdateFiles::confirmationURL(std::int64_t build) const {
   return directory_.appending("confirmed-" + std::to_string(build));
 }
 Url AppUpdateFiles::watchdogURL() const { return directory_.appending("watchdog.sh"); }
+Url AppUpdateFiles::wayURL(const Url& app) {
+  return app.deletingLastComponent().appending(".updating-" + app.lastComponent());
+}
 
 void AppUpdateFiles::prepare() const { check(makeFolders(files_, directory_.path(), 0700)); }
 

@@ -57,6 +57,8 @@ class AppUpdateFiles {
   Url backupURL(std::int64_t build) const;
   Url confirmationURL(std::int64_t build) const;
   Url watchdogURL() const;
+  /// A folder beside an installed application, for what is on its way to or from that place.
+  static Url wayURL(const Url& app);
 
   /// Makes the folder, readable by nobody else. Throws `RuntimeError::posix`.
   void prepare() const;

@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <utility>
 
 #include "AppUpdate.hpp"
@@ -94,10 +95,40 @@ bool AppSelfUpdater::startWatchdog(const Url& backup, std::int64_t build) {
 /// Puts the application at `with` in place of `app`, which goes to `backup`.
 void AppSelfUpdater::swap(const Url& app, const Url& with, const Url& backup) const {
   Files& files = outside_.files;
-  if (files.exchange(app.path(), with.path()) == 0) {
-    syncFolder(files, app.deletingLastComponent().path());
-    return require(moveItem(files, with.path(), backup.path()));
+  const int error = files.exchange(app.path(), with.path());
+  if (error == EXDEV) return swapAcross(app, with, backup);
+  if (error != 0) return swapByMoves(app, with, backup);
+  syncFolder(files, app.deletingLastComponent().path());
+  require(moveItem(files, with.path(), backup.path()));
+}
+
+/// Each is brought to the other's file system before, so that the place changes hands in one step here too, and what
+/// may want room comes before it.
+void AppSelfUpdater::swapAcross(const Url& app, const Url& with, const Url& backup) const {
+  Files& files = outside_.files;
+  const Url way = AppUpdateFiles::wayURL(app);
+  const Url next = way.appending("next.app");
+  removeTree(files, way.path());
+  try {
+    require(makeFolders(files, way.path(), 0700));
+    require(copyItem(files, with.path(), next.path()));
+    require(copyItem(files, app.path(), backup.path()));
+    if (files.exchange(app.path(), next.path()) == 0) {
+      syncFolder(files, app.deletingLastComponent().path());
+    } else {
+      swapByMoves(app, next, way.appending("previous.app"));
+    }
+    removeTree(files, with.path());
+    removeTree(files, way.path());
+  } catch (const RuntimeError&) {
+    if (files.linkInfo(app.path())) removeTree(files, backup.path());
+    removeTree(files, way.path());
+    throw;
   }
+}
+
+void AppSelfUpdater::swapByMoves(const Url& app, const Url& with, const Url& backup) const {
+  Files& files = outside_.files;
   require(moveItem(files, app.path(), backup.path()));
   const int error = moveItem(files, with.path(), app.path());
   if (error != 0) moveItem(files, backup.path(), app.path());
