@@ -21,6 +21,14 @@ constexpr char kBytes[] = "base64";
 /// What tells two states of the file apart: each one is a file of its own.
 using Identity = std::tuple<std::uint64_t, std::uint64_t, std::uint64_t, std::int64_t>;
 
+bool isAbsent(int error) { return error == ENOENT || error == ENOTDIR; }
+
+/// The moment's fault rather than the file's, which is perhaps sound.
+bool mayPass(int error) {
+  return error == EMFILE || error == ENFILE || error == ENOMEM || error == EAGAIN || error == EINTR || error == EIO ||
+         error == ESTALE || error == ETIMEDOUT;
+}
+
 class FileDefaults final : public Defaults {
  public:
   FileDefaults(Files& files, std::string path) : files_(files), path_(std::move(path)) { readIfChanged(); }
@@ -74,36 +82,36 @@ class FileDefaults final : public Defaults {
     }
   }
 
+  /// While the file can't be looked at, what was read last holds.
   void readIfChanged() const {
-    const std::optional<Identity> identity = identityNow();
+    const Outcome<FileInfo> info = files_.info(path_);
+    unread_ = isAbsent(info.error) ? 0 : info.error;
+    if (unread_ != 0) return;
+    std::optional<Identity> identity;
+    if (info) identity = Identity(info.value.device, info.value.inode, info.value.size, info.value.changed);
     if (read_ && identity == identity_) return;
+    unread_ = readValues();
+    if (unread_ != 0) return;
     read_ = true;
     identity_ = identity;
-    damaged_ = false;
-    values_.clear();
-    if (identity) readValues();
     applyUnwritten();
   }
 
-  std::optional<Identity> identityNow() const {
-    const Outcome<FileInfo> info = files_.info(path_);
-    if (!info) return std::nullopt;
-    return Identity(info.value.device, info.value.inode, info.value.size, info.value.changed);
-  }
-
-  void readValues() const {
+  /// Returns 0, also for a damaged file, or an error number; then the values stay.
+  int readValues() const {
     const Outcome<std::string> file = readFile(files_, path_, kLargestFile);
-    if (file.error == ENOENT) return;
-    damaged_ = true;
-    if (!file) return;
+    if (!file && !isAbsent(file.error)) return file.error;
+    values_.clear();
+    damaged_ = file.error == 0;
+    if (!file) return 0;
     try {
       const Json whole = Json::parse(file.value);
-      if (!whole.object()) return;
+      if (!whole.object()) return 0;
       values_ = *whole.object();
       damaged_ = false;
     } catch (const JsonError&) {
-      return;
     }
+    return 0;
   }
 
   void write() {
@@ -117,8 +125,10 @@ class FileDefaults final : public Defaults {
   }
 
   int place() {
+    // What is perhaps sound mustn't be written over.
+    if (mayPass(unread_)) return unread_;
     if (const int error = makeFolders(files_, folder(), kFolderMode); error != 0) return error;
-    if (damaged_)
+    if (damaged_ || unread_ != 0)
       if (const int error = files_.rename(path_, path_ + ".damaged-" + text::makeUuid()); error != 0) return error;
     damaged_ = false;
     return placeFile(files_, path_, Json(values_).write(), kFileMode, ".defaults-");
@@ -133,6 +143,7 @@ class FileDefaults final : public Defaults {
   mutable std::optional<Identity> identity_;
   mutable bool read_ = false;
   mutable bool damaged_ = false;
+  mutable int unread_ = 0;                                ///< the error number that hides the file now
   std::map<std::string, Change, std::less<>> unwritten_;  ///< changes that the file doesn't have
   bool complained_ = false;
 };

@@ -23,8 +23,9 @@ class Defaults {
 };
 
 /// One JSON file, read at construction, and again when another process changed it, written whole at each change. A
-/// damaged file is set aside beside it under another name before anything is written. When writing fails the new value
-/// holds for this process, and the file keeps what it had; a line on standard output says so once.
+/// damaged file is set aside beside it under another name before anything is written. When it can't be read for the
+/// moment what was read last holds, and when writing fails the new value holds for this process, while the file keeps
+/// what it had; a line on standard output says so once.
 std::unique_ptr<Defaults> makeFileDefaults(Files& files, std::string path);
 
 }  // namespace kestrelune

@@ -1,16 +1,19 @@
 #include <gtest/gtest.h>
-#include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
+#include <iterator>
 #include <map>
+#include <memory>
 #include <random>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "Fakes/FakeFiles.hpp"
 #include "Fakes/World.hpp"
 #include "Menu.hpp"
 #include "Strings.hpp"
@@ -19,52 +22,75 @@
 namespace kestrelune {
 namespace {
 
-/// Whether this process can write files, and open any.
-class Disk {
- public:
-  enum class State { works, full, noDescriptors };
-  Disk() { std::signal(SIGXFSZ, SIG_IGN); }  // as the program does
-  ~Disk() { setTo(State::works); }
-  void setTo(State state) {
-    state_ = state;
-    apply(state);
-  }
-  bool hidesFiles() const { return state_ == State::noDescriptors; }
-  /// What the world does to its files always works.
-  struct Break {
-    explicit Break(const Disk& held) : disk(held) { apply(State::works); }
-    ~Break() { apply(disk.state_); }
-    const Disk& disk;
-  };
-
- private:
-  static void apply(State state) {
-    for (const auto& [what, least, is] : {std::tuple(RLIMIT_FSIZE, rlim_t{0}, State::full),
-                                          std::tuple(RLIMIT_NOFILE, rlim_t{3}, State::noDescriptors)}) {
-      rlimit limit{};
-      getrlimit(what, &limit);
-      limit.rlim_cur = state == is ? least : limit.rlim_max;
-      setrlimit(what, &limit);
-    }
-  }
-  State state_ = State::works;
-};
-
 /// The program's own classes, in a world where anything may happen next. A seed replays a run exactly.
 class Simulation {
  public:
   explicit Simulation(std::uint32_t seed) : random_(seed) {
-    world_.folder.write("runner/in-app", "");
-    world_.folder.write("root/helper/kestrelune-runner.mjs", "");
-    world_.folder.write("root/node/current/bin/node", "");
-    std::filesystem::permissions(world_.folder.path("root/node/current/bin/node"), std::filesystem::perms::owner_all);
-    world_.folder.write("root/bin/kestrelune", "");
-    std::filesystem::permissions(world_.folder.path("root/bin/kestrelune"), std::filesystem::perms::owner_all);
+    world_.files = &files_;
+    files_.alive = {::getpid()};
+    files_.put(path("runner/in-app"), "");
+    files_.put(path("root/helper/kestrelune-runner.mjs"), "");
+    for (const char* program : {"root/node/current/bin/node", "root/bin/kestrelune"})
+      files_.put(path(program), "", 0700);
     start();
   }
 
+  /// Whatever happens next. The program may be stopped before any of its calls on files, or one of them may fail.
   void step() {
-    switch (upTo(23)) {
+    const int plan = upTo(20);
+    troubled_ = plan < 2 || disk_ != Disk::works;
+    if (plan == 0) files_.crashAt(1 + upTo(80));
+    if (plan == 1) files_.failAt(1 + upTo(80), std::vector{EIO, ENOSPC, EACCES, EMFILE}[random_() % 4]);
+    try {
+      happen();
+      world_.loop.turn();
+      controller_->refresh();
+    } catch (const FakeFiles::Crash&) {
+      startAgain();
+    }
+    files_.failAt(0, 0);
+    files_.crashAt(0);
+  }
+
+  /// What holds after each step, whatever it was.
+  void check() {
+    world_.loop.turn();
+    controller_->refresh();
+    ASSERT_LE(runningHelpers(), 1) << "two helpers at a time";
+    ASSERT_EQ(marks(), expectedMarks_) << "a mark was lost";
+    // One that couldn't be started says so.
+    if (troubled_ && errors() == expectedErrors_ + 1) ++expectedErrors_;
+    ASSERT_EQ(errors(), expectedErrors_) << "a command ended with more or less than one message, the last being "
+                                         << world_.tasks.commandLine(world_.tasks.children.size() - 1);
+    ASSERT_EQ(controller_->snapshot().status.has_value(), readable_ && disk_ != Disk::noDescriptors)
+        << "a status was hidden";
+    for (const char* name : {"runner/menubar.json", "defaults.json"}) {
+      ASSERT_NO_THROW(Json::parse(files_.content(path(name)).value_or("{}"))) << name << " was half written";
+    }
+    ASSERT_EQ(files_.openDescriptors(), 0u);
+    checkNotices();
+  }
+
+  /// Once all is well outside, all is well inside, however it got there.
+  void recover() {
+    setDisk(Disk::works);
+    endAllElse();
+    if (runningHelpers() == 0) {
+      ASSERT_TRUE(controller_->background().restart());
+    }
+    world_.loop.pass(60);
+    writeStatus(world_.clock.now(), true);
+    check();
+    EXPECT_EQ(controller_->snapshot().signal, Signal::green);
+    EXPECT_FALSE(controller_->setup().busy());
+    EXPECT_EQ(runningHelpers(), 1);
+    controller_->stop();
+    EXPECT_FALSE(files_.at(path("runner/menubar.json")));
+  }
+
+ private:
+  void happen() {
+    switch (upTo(24)) {
       case 0: return writeStatus(world_.clock.now() - 600);
       case 1: return writeFile(R"({"schemaVersion":1,"pid":)");
       case 2: return removeStatus();
@@ -86,62 +112,50 @@ class Simulation {
             std::vector{SetupStep::account, SetupStep::ai, SetupStep::mac}[random_() % 3]);
       case 16:
       case 17: return useWindow();
-      case 18: return upTo(4) == 0 ? restart() : void();
-      case 19: return disk_.setTo(static_cast<Disk::State>(upTo(3)));
+      case 18: return upTo(4) == 0 ? quit() : void();
+      case 19: return setDisk(static_cast<Disk>(upTo(3)));
+      case 20: return talkNonsense();
       default: return writeStatus(world_.clock.now());
     }
   }
 
-  /// What holds after each step, whatever it was.
-  void check() {
-    world_.loop.turn();
-    controller_->refresh();
-    const Disk::Break working(disk_);
-    ASSERT_LE(runningHelpers(), 1) << "two helpers at a time";
-    ASSERT_EQ(marks(), expectedMarks_) << "a mark was lost";
-    ASSERT_EQ(errors(), expectedErrors_) << "a command ended with more or less than one message, the last being "
-                                         << world_.tasks.commandLine(world_.tasks.children.size() - 1);
-    ASSERT_EQ(controller_->snapshot().status.has_value(), readable_ && !disk_.hidesFiles()) << "a status was hidden";
-    if (world_.folder.has("runner/menubar.json")) {
-      ASSERT_NO_THROW(Json::parse(world_.folder.read("runner/menubar.json"))) << "a heartbeat was half written";
-    }
-    checkNotices();
-  }
-
-  /// Once all is well outside, all is well inside, however it got there.
-  void recover() {
-    disk_.setTo(Disk::State::works);
-    endAllElse();
-    if (runningHelpers() == 0) {
-      ASSERT_TRUE(controller_->background().restart());
-    }
-    world_.loop.pass(60);
-    writeStatus(world_.clock.now(), true);
-    check();
-    EXPECT_EQ(controller_->snapshot().signal, Signal::green);
-    EXPECT_FALSE(controller_->setup().busy());
-    EXPECT_EQ(runningHelpers(), 1);
-    controller_->stop();
-    EXPECT_FALSE(world_.folder.has("runner/menubar.json"));
-  }
-
- private:
   void start() {
-    Outside outside = world_.outside();
+    defaults_ = makeFileDefaults(files_, path("defaults.json"));
+    Outside outside{.loop = world_.loop,
+                    .clock = world_.clock,
+                    .files = files_,
+                    .tasks = world_.tasks,
+                    .session = world_.session,
+                    .defaults = *defaults_,
+                    .http = world_.http,
+                    .bundle = Bundle(Url::file("/app")),
+                    .pid = 4711,
+                    .output = [](const std::string&) {}};
     outside.execute = [this](const HelperCommand&, double, const auto& completed) { commands_.push_back(completed); };
     controller_ = std::make_unique<MenuController>(world_.configuration(), std::move(outside));
     controller_->background().start();
   }
-  /// Quits, or is killed; what it had asked or started tells nobody any more.
-  void restart() {
+  void quit() {
     if (upTo(2) == 0) controller_->stop();
+    startAgain();
+  }
+  /// The program is gone, and what it had asked or started tells nobody any more; perhaps the power was cut.
+  void startAgain() {
+    files_.die();
     controller_.reset();
+    defaults_.reset();
     world_.session.windows().shown.clear();
     endAllElse();
     for (std::size_t i = 0; i < world_.tasks.children.size(); ++i) world_.tasks.end(i, {});
     world_.loop.turn();
+    setDisk(Disk::works);
+    files_.cutPower(static_cast<FakeFiles::Cut>(upTo(3)));
     announced_.clear();
     start();
+    // What could be saved may be older, but nothing else.
+    if (!std::exchange(unsaved_, false)) return;
+    expectedMarks_ = marks();
+    for (const auto& [key, mark] : expectedMarks_) ASSERT_TRUE(everMarked_.contains({key, mark.until})) << key;
   }
   void endAllElse() {
     while (world_.session.alert().isOpen()) world_.session.alert().answer({}), world_.loop.turn();
@@ -153,13 +167,22 @@ class Simulation {
 
   int upTo(int count) { return static_cast<int>(random_() % static_cast<unsigned>(count)); }
 
+  enum class Disk { works, full, noDescriptors };
+  void setDisk(Disk disk) {
+    disk_ = disk;
+    files_.fault = [disk](std::string_view call) {
+      if (disk == Disk::full) return call == "write" || call == "copy" || call.starts_with("mkdir") ? ENOSPC : 0;
+      return disk == Disk::noDescriptors && call.starts_with("open ") ? EMFILE : 0;
+    };
+  }
+  std::string path(const std::string& name) const { return world_.folder.path(name); }
+
   void writeFile(const std::string& text) {
-    const Disk::Break working(disk_);
-    world_.folder.write("runner/status.json", text);
+    files_.put(path("runner/status.json"), text);
     readable_ = false;
   }
   void removeStatus() {
-    std::filesystem::remove(world_.folder.path("runner/status.json"));
+    files_.take(path("runner/status.json"));
     readable_ = false;
   }
   void writeStatus(Date at, bool calm = false) {
@@ -203,9 +226,23 @@ class Simulation {
     std::vector<std::pair<std::string, std::string>> uses;
     collect(windows.shown.at(window).tree, uses);
     if (uses.empty()) return;
+    std::copy(uses.begin(), uses.end(), std::back_inserter(seen_));
     const auto& [key, value] = uses[random_() % uses.size()];
     if (const std::string again = "again/"; key.starts_with(again)) return;  // showAgain() knows what is expected then
     windows.press(window, key, value);
+  }
+  /// What a screen sends that is late, or out of its mind.
+  void talkNonsense() {
+    static const std::vector<std::string> kNonsense = {"", "on", "x", "\xff", "-1", std::string(5000, 'a')};
+    const auto nonsense = [&] { return kNonsense[random_() % kNonsense.size()]; };
+    const auto [key, value] = seen_.empty() ? std::pair(nonsense(), nonsense()) : seen_[random_() % seen_.size()];
+    if (key.starts_with("again/")) return;
+    world_.session.statusItem().send({.represented = upTo(2) == 0 ? key : nonsense()});
+    world_.session.notifications().click(upTo(2) == 0 ? key : nonsense());
+    auto& shown = world_.session.windows().shown;
+    if (shown.empty()) return;
+    const auto event = std::next(shown.begin(), upTo(static_cast<int>(shown.size())))->second.events.event;
+    event({upTo(4) == 0 ? nonsense() : key, upTo(2) == 0 ? nonsense() : value});
   }
   static void collect(const View& view, std::vector<std::pair<std::string, std::string>>& into) {
     if (view.kind == View::Kind::button || view.pressable) into.emplace_back(view.key, "");
@@ -223,12 +260,15 @@ class Simulation {
   }
   void expectMark(const std::string& key, std::optional<bool> hide) {
     const Date now = world_.clock.now();
+    unsaved_ = troubled_;
     std::erase_if(expectedMarks_, [&](const auto& mark) { return now.seconds >= mark.second.until; });
     expectedMarks_.erase(key);
-    if (hide)
-      expectedMarks_[key] = {now.seconds + (*hide ? SettleStore::kDoneSeconds : SettleStore::kLaterSeconds), *hide};
+    if (!hide) return;
+    const double until = now.seconds + (*hide ? SettleStore::kDoneSeconds : SettleStore::kLaterSeconds);
+    expectedMarks_[key] = {until, *hide};
+    everMarked_.emplace(key, until);
   }
-  SettleMarks marks() const { return SettleStore(const_cast<FakeDefaults&>(world_.defaults)).marks(); }
+  SettleMarks marks() const { return SettleStore(*defaults_).marks(); }
 
   void answerQuestion() {
     if (!world_.session.alert().isOpen()) return;
@@ -297,15 +337,21 @@ class Simulation {
   }
 
   World world_;
-  Disk disk_;
+  FakeFiles files_;
+  Disk disk_ = Disk::works;
   std::mt19937 random_;
+  std::unique_ptr<Defaults> defaults_;
   std::vector<std::function<void(const HelperCommandResult&)>> commands_;
   std::unique_ptr<MenuController> controller_;
   SettleMarks expectedMarks_;
+  std::set<std::pair<std::string, double>> everMarked_;
+  std::vector<std::pair<std::string, std::string>> seen_;  ///< controls of windows, and what they were set to
   std::set<std::string> announced_;
   std::size_t told_ = 0;
   long expectedErrors_ = 0;
   bool readable_ = false;
+  bool troubled_ = false;  ///< something of this step may fail
+  bool unsaved_ = false;   ///< the last mark may not have reached the disk
 };
 
 /// KESTRELUNE_SIMULATION_STEPS asks for more steps than the few that each run of the tests takes, and

@@ -50,9 +50,14 @@ FakeFiles::NodePointer FakeFiles::make(Kind kind, mode_t mode) {
 
 int FakeFiles::step(const std::string& what) {
   ++calls_;
-  if (crashAt_ > 0 && calls_ >= crashAt_) throw Crash{};
+  if (dead_) return EIO;
+  if (calls_ == crashAt_) {
+    dead_ = true;
+    throw Crash{};
+  }
   log.push_back(what);
-  return calls_ == failAt_ ? failError_ : 0;
+  if (calls_ == failAt_) return failError_;
+  return fault ? fault(what) : 0;
 }
 
 bool FakeFiles::crosses(const std::string& a, const std::string& b) const {
@@ -67,6 +72,7 @@ void FakeFiles::failAt(int n, int error) {
 void FakeFiles::crashAt(int n) { crashAt_ = calls_ + n; }
 
 void FakeFiles::restart() {
+  dead_ = false;
   descriptors_.clear();
   log.clear();
   calls_ = failAt_ = crashAt_ = 0;
@@ -74,6 +80,7 @@ void FakeFiles::restart() {
 
 void FakeFiles::cutPower(Cut cut) {
   const std::function<void(Node&)> forget = [&](Node& node) {
+    if (cut == Cut::losesNothing) node.syncedContent = node.content;
     if (node.kind == Kind::regular) node.content = node.syncedContent;
     if (cut == Cut::losesNames) node.entries = node.syncedEntries;
     for (const auto& [name, child] : node.entries) forget(*child);
@@ -141,6 +148,13 @@ void FakeFiles::put(const std::string& path, const std::string& content, mode_t 
   const NodePointer node = make(Kind::regular, mode);
   node->content = content;
   putNode(path, node);
+}
+
+void FakeFiles::take(const std::string& path) {
+  const Place place = find(path, false);
+  if (!place.node) return;
+  place.folder->entries.erase(place.name);
+  place.folder->sync();
 }
 
 void FakeFiles::putFolder(const std::string& path, mode_t mode) {

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/Files.hpp"
@@ -16,7 +18,7 @@ namespace kestrelune {
 /// forget what wasn't synced. Permissions are kept, and asked only by `access`.
 class FakeFiles final : public Files {
  public:
-  /// Thrown in place of the call before which the program "crashes", and of every later one until `restart`.
+  /// Thrown in place of the call before which the program "crashes"; no later one does anything until `restart`.
   struct Crash {};
 
   FakeFiles();
@@ -25,6 +27,7 @@ class FakeFiles final : public Files {
   // What a test lays out and looks at; not counted as calls, and durable at once.
   void put(const std::string& path, const std::string& content, mode_t mode = 0644);
   void putFolder(const std::string& path, mode_t mode = 0755);
+  void take(const std::string& path);
   void putLink(const std::string& path, const std::string& target);
   /// The content of a file, through links; absent when there is none.
   std::optional<std::string> content(const std::string& path) const;
@@ -35,9 +38,13 @@ class FakeFiles final : public Files {
   std::vector<std::string> paths() const;
   std::size_t openDescriptors() const { return descriptors_.size(); }
 
-  /// The n-th call from now on (1 is the next) fails, once, or is the one before which the program crashes.
+  /// The n-th call from now on (1 is the next) fails, once, or is the one before which the program crashes. 0: none.
   void failAt(int n, int error);
   void crashAt(int n);
+  /// The program is killed between two calls.
+  void die() { dead_ = true; }
+  /// The error number of a call by its name and path (as in `log`) while something is wrong; 0: it works.
+  std::function<int(std::string_view call)> fault;
   int calls() const { return calls_; }
   /// The names of the calls and their paths, such as "rename /a /b".
   std::vector<std::string> log;
@@ -48,6 +55,7 @@ class FakeFiles final : public Files {
   enum class Cut {
     losesNames,     ///< what wasn't synced is gone: contents and names
     losesContents,  ///< names made it to the disk early, unsynced contents didn't
+    losesNothing,   ///< the system had written out everything in time
   };
   void cutPower(Cut cut);
 
@@ -112,6 +120,7 @@ class FakeFiles final : public Files {
   int nextDescriptor_ = 1000;
   int calls_ = 0;
   int failAt_ = 0, failError_ = 0, crashAt_ = 0;
+  bool dead_ = false;
 };
 
 }  // namespace kestrelune

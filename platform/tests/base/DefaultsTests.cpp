@@ -77,6 +77,24 @@ TEST_F(DefaultsTest, ADamagedFileIsSetAsideBeforeAnythingIsWritten) {
   }
 }
 
+TEST_F(DefaultsTest, AFileThatCantBeReadForTheMomentIsKept) {
+  files.put(kPath, R"({"a":true})");
+  for (const char* hindered : {"stat ", "open ", "read"}) {
+    const auto defaults = open();
+    EXPECT_TRUE(defaults->boolean("a"));
+    open()->setBoolean("other process", !open()->boolean("other process"));
+    files.fault = [&](std::string_view call) { return call.starts_with(hindered) ? EMFILE : 0; };
+    EXPECT_TRUE(defaults->boolean("a"));
+    defaults->setBoolean("b", true);
+    EXPECT_FALSE(open()->boolean("a"));
+    files.fault = nullptr;
+    defaults->setBoolean("b", true);
+    EXPECT_TRUE(open()->boolean("a"));
+    EXPECT_TRUE(open()->boolean("b"));
+    EXPECT_EQ(files.list("/config/Kestrelune").value.size(), 1u) << "nothing was set aside";
+  }
+}
+
 TEST_F(DefaultsTest, UnknownMembersSurvive) {
   files.put(kPath, R"({"later":{"x":[1,2]}})");
   open()->setBoolean("a", true);
