@@ -17,6 +17,7 @@ void decodeJson(const Json& json, CodeSeal::Entry& entry) {
   decodeMember(json, "mode", mode);
   decodeMember(json, "sha256", entry.sha256);
   decodeMember(json, "target", entry.target);
+  if (entry.target && (mode || entry.sha256)) throw JsonError("a link has a target and nothing else");
   entry.mode = static_cast<mode_t>(mode.value_or(0));
 }
 
