@@ -40,7 +40,10 @@ def whole_life(stage, good):
     stage.service.publish(good[42])
     with Watch(stage) as watch:
         stage.start()
+        stage.start()  # twice at once, and again whenever it may disturb
         old = wait_for("a companion", stage.running)
+        wait_for("what the archive holds", lambda: "staged-42" in stage.files())
+        stage.start()
         wait_for("the other build", lambda: stage.installed_build() == 42)
         wait_for("the other companion", lambda: stage.running() not in (None, old))
         confirmed(stage, 42)

@@ -3,7 +3,7 @@ import json
 
 from desktop import Desktop, send, wait_for
 from live import LiveDesktop
-from peers import TrayHost
+from peers import NotificationServer, TrayHost
 from runner import equal, test, true
 
 QUESTION = {"label": "#44", "title": "Which bank account?", "kind": "question", "line": "The invoice names two accounts.",
@@ -49,9 +49,12 @@ def choices():
         wait_for("the menu to say so", lambda: desktop.item.menu.layout().find("Workers: Only Codex"))
         desktop.choose("Shared tools", "Skills of every app")
         wait_for("skills off", lambda: not desktop.read("view", "share-tools.json")[2]["on"])
+        desktop.server.leave()
         desktop.choose("Update all AI apps")
         wait_for("the update's progress in the menu", lambda: desktop.item.menu.layout().find("Updating "))
-        shown = wait_for("the report", lambda: list(desktop.server.shown.values()), 60)
+        wait_for("its end", lambda: not desktop.item.menu.layout().find("Updating "), 60)
+        desktop.server = NotificationServer(desktop)
+        shown = wait_for("the report, at a server that came late", lambda: list(desktop.server.shown.values()), 60)
         true("Claude Code" in shown[-1]["body"], shown)
         desktop.status.unlink()
         wait_for("the helper to write again", desktop.status.exists)
