@@ -4,24 +4,16 @@
 #include <QGuiApplication>
 
 #include "Drawing.hpp"
-#include "XServer.hpp"
 
 namespace kestrelune {
 namespace {
-
-/// Trays come and go without telling; asking costs one look at a selection's owner.
-constexpr int kLookForTray = 3000;
 
 /// On Wayland a client can't place a window, and a strip anywhere would be in the way.
 bool placesWindows() { return QGuiApplication::platformName() != "wayland"; }
 
 }  // namespace
 
-StatusForms::StatusForms() {
-  watch_.setInterval(kLookForTray);
-  watch_.setTimerType(Qt::VeryCoarseTimer);
-  connect(&watch_, &QTimer::timeout, this, [this] { choose(); });
-}
+StatusForms::StatusForms() : trays_([this] { choose(); }) {}
 
 std::string StatusForms::form() const { return tray_ ? "xembed" : strip_ ? "strip" : "none"; }
 
@@ -30,7 +22,6 @@ void StatusForms::show(const StatusItemLook& look) {
   look_ = look;
   visible_ = true;
   choose();
-  watch_.start();
   if (!changed) return;
   if (tray_) {
     tray_->setIcon(drawing::trayIcon(look_));
@@ -41,7 +32,6 @@ void StatusForms::show(const StatusItemLook& look) {
 
 void StatusForms::hide() {
   visible_ = false;
-  watch_.stop();
   tray_.reset();
   strip_.reset();
   tell();

@@ -2,12 +2,12 @@
 
 #include <QObject>
 #include <QSystemTrayIcon>
-#include <QTimer>
 #include <functional>
 #include <memory>
 #include <string>
 
 #include "StripWindow.hpp"
+#include "XServer.hpp"
 #include "base/Session.hpp"
 
 namespace kestrelune {
@@ -41,7 +41,7 @@ class StatusForms final : public QObject {
   std::string told_;
   std::unique_ptr<QSystemTrayIcon> tray_;
   std::unique_ptr<StripWindow> strip_;
-  QTimer watch_;
+  xserver::TrayWatch trays_;
 };
 
 }  // namespace kestrelune

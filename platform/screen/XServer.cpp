@@ -1,36 +1,79 @@
 #include "XServer.hpp"
 
 #include <xcb/xcb.h>
+#include <xcb/xfixes.h>
 
 #include <QGuiApplication>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 namespace kestrelune::xserver {
 namespace {
+
+constexpr char kTray[] = "_NET_SYSTEM_TRAY_S0";
+/// In milliseconds: a tray takes its selection before it is ready for icons.
+constexpr int kSettles = 200;
 
 struct Free {
   void operator()(void* answer) const { std::free(answer); }
 };
 
+xcb_connection_t* server() { return qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection(); }
+
+xcb_atom_t atomOf(const QByteArray& name) {
+  const auto length = static_cast<std::uint16_t>(name.size());
+  const std::unique_ptr<xcb_intern_atom_reply_t, Free> atom(
+      xcb_intern_atom_reply(server(), xcb_intern_atom(server(), 0, length, name.constData()), nullptr));
+  return atom ? atom->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+}
+
 bool hasOwner(const QByteArray& selection) {
   if (!inUse()) return false;
-  const auto* application = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  xcb_connection_t* server = application->connection();
-  const std::unique_ptr<xcb_intern_atom_reply_t, Free> atom(xcb_intern_atom_reply(
-      server, xcb_intern_atom(server, 1, static_cast<std::uint16_t>(selection.size()), selection.constData()),
-      nullptr));
-  if (!atom || atom->atom == XCB_ATOM_NONE) return false;
   const std::unique_ptr<xcb_get_selection_owner_reply_t, Free> owner(
-      xcb_get_selection_owner_reply(server, xcb_get_selection_owner(server, atom->atom), nullptr));
+      xcb_get_selection_owner_reply(server(), xcb_get_selection_owner(server(), atomOf(selection)), nullptr));
   return owner && owner->owner != XCB_WINDOW_NONE;
 }
 
 }  // namespace
 
 bool inUse() { return QGuiApplication::platformName() == "xcb"; }
-bool hasTray() { return hasOwner("_NET_SYSTEM_TRAY_S0"); }
+bool hasTray() { return hasOwner(kTray); }
 bool hasClipboardManager() { return hasOwner("CLIPBOARD_MANAGER"); }
 bool hasCompositor() { return hasOwner("_NET_WM_CM_S0"); }
+
+TrayWatch::TrayWatch(std::function<void()> changed) {
+  settled_.setSingleShot(true);
+  settled_.setInterval(kSettles);
+  QObject::connect(&settled_, &QTimer::timeout, std::move(changed));
+  if (!inUse()) return;
+  const xcb_query_extension_reply_t* extension = xcb_get_extension_data(server(), &xcb_xfixes_id);
+  if (!extension || !extension->present) return;
+  // The server answers nothing of an extension before it was told a version, and the toolkit has told it this one.
+  const std::unique_ptr<xcb_xfixes_query_version_reply_t, Free> version(xcb_xfixes_query_version_reply(
+      server(), xcb_xfixes_query_version(server(), XCB_XFIXES_MAJOR_VERSION, XCB_XFIXES_MINOR_VERSION), nullptr));
+  selection_ = atomOf(kTray);
+  event_ = static_cast<std::uint8_t>(extension->first_event + XCB_XFIXES_SELECTION_NOTIFY);
+  const std::uint32_t kinds = XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
+                              XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
+                              XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE;
+  xcb_xfixes_select_selection_input(server(), xcb_setup_roots_iterator(xcb_get_setup(server())).data->root, selection_,
+                                    kinds);
+  xcb_flush(server());
+  qGuiApp->installNativeEventFilter(this);
+}
+
+TrayWatch::~TrayWatch() {
+  if (qGuiApp) qGuiApp->removeNativeEventFilter(this);
+}
+
+bool TrayWatch::nativeEventFilter(const QByteArray& type, void* message, qintptr*) {
+  if (type != "xcb_generic_event_t") return false;
+  const auto* event = static_cast<const xcb_generic_event_t*>(message);
+  const bool told = (event->response_type & 0x7f) == event_ &&
+                    reinterpret_cast<const xcb_xfixes_selection_notify_event_t*>(event)->selection == selection_;
+  if (told) settled_.start();
+  return false;
+}
 
 }  // namespace kestrelune::xserver
