@@ -16,6 +16,7 @@ namespace {
 using metrics::px;
 
 constexpr qsizetype kLongestToolTip = 1000;
+constexpr int kLongestToolTipLine = 60;
 constexpr double kPillPadding = 7, kPillHeight = 16;
 
 QPainterPath flamePath(const QRectF& box) {
@@ -86,8 +87,10 @@ QIcon windowIcon() {
 }
 
 QString plainToolTip(const QString& text) {
-  // Only what is told to be rich is unescaped again, so that "&" shows as one.
-  return text.isEmpty() ? text : "<qt>" + text.left(kLongestToolTip).toHtmlEscaped() + "</qt>";
+  if (text.isEmpty()) return text;
+  // Only what is told to be rich is unescaped again, so that "&" shows as one; and the toolkit would wrap two words.
+  const QString style = text.size() > kLongestToolTipLine ? "pre-wrap" : "pre";
+  return "<p style='white-space:" + style + "'>" + text.left(kLongestToolTip).toHtmlEscaped() + "</p>";
 }
 
 void cutCorners(QWidget& window, double radius) {

@@ -23,10 +23,7 @@ void StatusForms::show(const StatusItemLook& look) {
   visible_ = true;
   choose();
   if (!changed) return;
-  if (tray_) {
-    tray_->setIcon(drawing::trayIcon(look_));
-    tray_->setToolTip(drawing::plainToolTip(QString::fromStdString(look_.toolTip)));
-  }
+  if (tray_) drawTray();
   if (strip_) strip_->setLook(look_);
 }
 
@@ -57,13 +54,20 @@ void StatusForms::tell() {
 
 void StatusForms::useTray() {
   strip_.reset();
-  tray_ = std::make_unique<QSystemTrayIcon>(drawing::trayIcon(look_));
-  tray_->setToolTip(drawing::plainToolTip(QString::fromStdString(look_.toolTip)));
+  tray_ = std::make_unique<QSystemTrayIcon>();
+  drawTray();
   connect(tray_.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
     const bool asksForMenu = reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::Context;
     if (asksForMenu && onClicked) onClicked();
   });
   tray_->show();
+}
+
+/// There is no room for the pill beside such an icon, so the tool tip says what it holds.
+void StatusForms::drawTray() {
+  tray_->setIcon(drawing::trayIcon(look_));
+  const std::string pill = look_.pill.empty() ? "" : "\n" + look_.pill;
+  tray_->setToolTip(drawing::plainToolTip(QString::fromStdString(look_.toolTip + pill)));
 }
 
 void StatusForms::useStrip() {

@@ -34,6 +34,7 @@ class StatusForms final : public QObject {
   void choose();
   void tell();
   void useTray();
+  void drawTray();
   void useStrip();
 
   StatusItemLook look_;
