@@ -2,6 +2,7 @@
 import json
 import signal
 import socket
+import subprocess
 
 from desktop import BINARY, Desktop, send, wait_for
 from runner import equal, test
@@ -79,6 +80,14 @@ def heartbeat():
         desktop.heartbeat.write_text('{"pid":1,"schemaVersion":1}')
         equal(send(process), 0, "exit status")
         equal(desktop.heartbeat.read_text(), '{"pid":1,"schemaVersion":1}', "another process's heartbeat")
+
+
+@test("a closed output ends nothing")
+def closed_output():
+    with Desktop() as desktop:
+        process = subprocess.Popen([BINARY, "--quit-after", "0.5"], env={**desktop.environment, **desktop.dry_run()}, stdout=subprocess.PIPE)
+        process.stdout.close()
+        equal(process.wait(10), 0, "exit status")
 
 
 @test("a bus that never answers holds up nothing")
