@@ -98,31 +98,28 @@ TEST(AppUpdatePolicy, ARequirementHoldsNothingThatCouldEndItsQuotes) {
 }
 
 TEST(AppUpdatePolicy, QuietIsWhatIsKnownToBeIdle) {
-  HelperStatus idle, counted, listed, negative;
-  idle.tasks = TaskCount{.running = 0};
-  counted.tasks = TaskCount{.running = 2};
-  listed.tasks = TaskCount{.running = 0};
+  const auto counted = [](int running) { return HelperStatus{.tasks = TaskCount{.running = running}}; };
+  HelperStatus listed = counted(0);
   listed.running = std::vector<RunningTask>(1);
-  negative.tasks = TaskCount{.running = -1};
   struct Row {
     const char* name;
     Snapshot snapshot;
     bool quiet;
   };
   const Row rows[] = {
-      {"idle", {.status = idle}, true},
+      {"idle", {.status = counted(0)}, true},
       {"nothing said", {.status = HelperStatus{}}, true},
-      {"counted", {.status = counted}, false},
+      {"counted", {.status = counted(2)}, false},
       {"listed", {.status = listed}, false},
-      {"negative", {.status = negative}, true},
+      {"negative", {.status = counted(-1)}, true},
       {"no status", {}, false},
       {"missing", {.issue = StatusIssue::missing}, true},
       {"dead", {.issue = StatusIssue::invalidPID}, true},
-      {"stopped, though tasks are counted", {.status = counted, .issue = StatusIssue::stopped}, true},
+      {"stopped, though tasks are counted", {.status = counted(2), .issue = StatusIssue::stopped}, true},
       {"disconnected", {.issue = StatusIssue::disconnected}, true},
       {"unreadable", {.issue = StatusIssue::unreadable}, false},
-      {"outdated", {.status = idle, .issue = StatusIssue::outdated}, false},
-      {"unsupported", {.status = idle, .issue = StatusIssue::unsupported}, false},
+      {"outdated", {.status = counted(0), .issue = StatusIssue::outdated}, false},
+      {"unsupported", {.status = counted(0), .issue = StatusIssue::unsupported}, false},
   };
   for (const Row& row : rows) {
     EXPECT_EQ(AppUpdatePolicy::quiet(row.snapshot, false), row.quiet) << row.name;

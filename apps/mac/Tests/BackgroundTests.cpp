@@ -179,15 +179,6 @@ TEST_F(BackgroundTest, ALogThatCannotBeOpenedLeavesOurOutput) {
   EXPECT_EQ(tasks.children[0]->request.output, TaskRequest::Stream::inherit);
 }
 
-TEST_F(BackgroundTest, AnEndMayOutliveIt) {
-  auto process = make();
-  process->start();
-  process.reset();
-  end(exited(75));
-  loop.pass(3600);
-  EXPECT_EQ(started(), 1u);
-}
-
 TEST_F(BackgroundTest, TheAliasIsALinkToTheRuntime) {
   Files& disk = systemFiles();
   const Url node = folder.url("root/node/current/bin/node");

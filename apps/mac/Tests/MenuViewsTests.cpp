@@ -50,16 +50,13 @@ TEST(MenuViews, FormFollowsFromWhatALineHas) {
 }
 
 TEST(MenuViews, WhatWouldCollideWithASetupCannotBeChosen) {
-  const MenuEntry menu[] = {
-      {.title = "restart", .action = Action::restart()},
-      {.title = "setup", .action = Action::setup()},
-      {.title = "quit", .action = Action::quit()},
-  };
-  for (const bool busy : {false, true})
-    for (const MenuEntry& entry : menu)
-      EXPECT_EQ(MenuViews::row(entry, busy).enabled, !busy || entry.title == "quit") << entry.title;
-  const MenuEntry nested{.title = "More", .children = {{menu[0]}}};
-  EXPECT_FALSE(MenuViews::row(nested, true).children[0].enabled);
+  for (const Action& action : {Action::restart(), Action::setup(), Action::quit()}) {
+    const MenuEntry entry{.title = action.identifier(), .action = action};
+    EXPECT_TRUE(MenuViews::row(entry, false).enabled) << entry.title;
+    EXPECT_EQ(MenuViews::row(entry, true).enabled, action == Action::quit()) << entry.title;
+    const MenuEntry nested{.title = "More", .children = {{entry}}};
+    EXPECT_EQ(MenuViews::row(nested, true).children[0].enabled, action == Action::quit()) << entry.title;
+  }
 }
 
 TEST(MenuViews, NothingTravelsThatCannotBeSeen) {
@@ -111,16 +108,14 @@ TEST(MenuViews, AnAttentionRowSaysAllItHolds) {
 
 TEST(MenuViews, TheHeaderTellsOfASetupWhateverTheStatusSays) {
   const testing_support::English english;
-  Snapshot snapshot;
-  snapshot.signal = Signal::red;
-  snapshot.issue = StatusIssue::missing;
-  EXPECT_EQ(MenuViews::header(snapshot, false).title, "Kestrelune is not running");
-  EXPECT_EQ(MenuViews::header(snapshot, false).subtitle, "No status file found.");
-  EXPECT_EQ(MenuViews::header(snapshot, true).title, "Setting up Kestrelune");
-  EXPECT_EQ(MenuViews::header(snapshot, true).subtitle, "Confirm “Connect this Mac?” in your browser.");
-  snapshot.signal = Signal::green;
-  snapshot.issue.reset();
-  EXPECT_EQ(MenuViews::header(snapshot, false).subtitle, "");
+  const auto header = [](const Snapshot& snapshot, bool busy) {
+    const MenuRow row = MenuViews::header(snapshot, busy);
+    return row.title + "|" + row.subtitle;
+  };
+  const Snapshot missing{.signal = Signal::red, .issue = StatusIssue::missing};
+  EXPECT_EQ(header(missing, false), "Kestrelune is not running|No status file found.");
+  EXPECT_EQ(header(missing, true), "Setting up Kestrelune|Confirm “Connect this Mac?” in your browser.");
+  EXPECT_EQ(header({.signal = Signal::green}, false), "Everything is ready|");
 }
 
 TEST(Branding, TheDotIsAmberDuringASetup) {

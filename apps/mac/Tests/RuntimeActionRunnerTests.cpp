@@ -109,25 +109,20 @@ TEST_F(ActionRunnerTest, FlowsTakeOverTheirActions) {
 }
 
 TEST_F(ActionRunnerTest, HelperCommandsGoWithoutAShell) {
-  const struct {
-    Action action;
-    const char* command;
-  } rows[] = {
-      {Action::shareTool("computer_use", false), "share-tools set computer_use off"},
-      {Action::workers("t3code"), "workers t3code"},
-      {Action::smallModel(true), "small-model on"},
-      {Action::autoDelegate(false), "auto-delegate off"},
-  };
   ActionRunner& runner = make();
-  for (const auto& row : rows) {
-    runner.perform(row.action);
-    EXPECT_EQ(tasks.commandLine(tasks.children.size() - 1), helper + row.command);
+  for (const auto& [action, command] : {std::pair{Action::shareTool("skills", false), "share-tools set skills off"},
+                                        {Action::workers("t3code"), "workers t3code"},
+                                        {Action::smallModel(true), "small-model on"},
+                                        {Action::autoDelegate(false), "auto-delegate off"}}) {
+    runner.perform(action);
+    EXPECT_EQ(tasks.commandLine(tasks.children.size() - 1), helper + command);
     EXPECT_EQ(tasks.children.back()->request.output, TaskRequest::Stream::null);
   }
+  const std::size_t started = tasks.children.size();
   for (const Action& refused : {Action::shareTool("other", true), Action::workers("antigravity"),
                                 Action::readOnly("app:codex"), Action::editProfile("x"), Action::signIn("nobody")})
     runner.perform(refused);
-  EXPECT_EQ(tasks.children.size(), std::size(rows));
+  EXPECT_EQ(tasks.children.size(), started);
   EXPECT_TRUE(session.alert().asked.empty());
 }
 

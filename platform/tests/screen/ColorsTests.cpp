@@ -2,22 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include "Fakes/Contrast.hpp"
 
 namespace kestrelune {
 namespace {
 
-double luminance(const QColor& color) {
-  const auto linear = [](double part) {
-    return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
-  };
-  return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+Color plain(const QColor& color) {
+  const auto part = [](int value) { return static_cast<std::uint8_t>(value); };
+  return {part(color.red()), part(color.green()), part(color.blue())};
 }
 
-double contrast(const QColor& one, const QColor& other) {
-  const double a = luminance(one) + 0.05, b = luminance(other) + 0.05;
-  return std::max(a, b) / std::min(a, b);
-}
+double contrast(const QColor& one, const QColor& other) { return contrast(plain(one), plain(other)); }
 
 TEST(Colors, TextCanBeReadOnItsGround) {
   using Tone = StatusItemLook::PillTone;

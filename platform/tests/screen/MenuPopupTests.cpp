@@ -67,29 +67,26 @@ struct MenuPopupTest : testing::Test {
 };
 
 TEST_F(MenuPopupTest, KeysReachEveryPartAndChooseAfterClosing) {
+  using namespace Qt;
   struct Case {
     const char* name;
     std::vector<int> keys;
     std::vector<std::string> said;
   };
   const Case cases[] = {
-      {"the row itself", {Qt::Key_Down, Qt::Key_Return}, {"closed", "open:First 0 key:First"}},
-      {"Later by Tab", {Qt::Key_Down, Qt::Key_Tab, Qt::Key_Space}, {"closed", "open:First 1 key:First"}},
+      {"the row itself", {Key_Down, Key_Return}, {"closed", "open:First 0 key:First"}},
+      {"Later by Tab", {Key_Down, Key_Tab, Key_Space}, {"closed", "open:First 1 key:First"}},
       {"Done, and back",
-       {Qt::Key_Down, Qt::Key_Right, Qt::Key_Right, Qt::Key_Left, Qt::Key_Left, Qt::Key_Return},
+       {Key_Down, Key_Right, Key_Right, Key_Left, Key_Left, Key_Return},
        {"closed", "open:First 0 key:First"}},
-      {"Tab beyond Done",
-       {Qt::Key_Down, Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Return},
-       {"closed", "open:Second 0 key:Second"}},
-      {"round the end", {Qt::Key_Up, Qt::Key_Return}, {"closed", "quit 0 "}},
-      {"a page stops at the end", {Qt::Key_Down, Qt::Key_PageDown, Qt::Key_Return}, {"closed", "quit 0 "}},
-      {"by its letter", {Qt::Key_A, Qt::Key_Return}, {"closed", "window:tasks 0 "}},
-      {"a letter of none", {Qt::Key_Down, Qt::Key_D, Qt::Key_Return}, {"closed", "open:First 0 key:First"}},
-      {"a submenu", {Qt::Key_M, Qt::Key_Right, Qt::Key_Down, Qt::Key_Return}, {"closed", "other 0 "}},
-      {"out of the submenu",
-       {Qt::Key_M, Qt::Key_Right, Qt::Key_Escape, Qt::Key_Down, Qt::Key_Return},
-       {"closed", "window:tasks 0 "}},
-      {"Escape", {Qt::Key_Escape}, {"closed"}},
+      {"Tab beyond Done", {Key_Down, Key_Tab, Key_Tab, Key_Tab, Key_Return}, {"closed", "open:Second 0 key:Second"}},
+      {"round the end", {Key_Up, Key_Return}, {"closed", "quit 0 "}},
+      {"a page stops at the end", {Key_Down, Key_PageDown, Key_Return}, {"closed", "quit 0 "}},
+      {"by its letter", {Key_A, Key_Return}, {"closed", "window:tasks 0 "}},
+      {"a letter of none", {Key_Down, Key_D, Key_Return}, {"closed", "open:First 0 key:First"}},
+      {"a submenu", {Key_M, Key_Right, Key_Down, Key_Return}, {"closed", "other 0 "}},
+      {"out of the submenu", {Key_M, Key_Right, Key_Escape, Key_Down, Key_Return}, {"closed", "window:tasks 0 "}},
+      {"Escape", {Key_Escape}, {"closed"}},
   };
   for (const Case& each : cases) {
     SCOPED_TRACE(each.name);

@@ -2,23 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include "Fakes/Contrast.hpp"
 
 namespace kestrelune {
 namespace {
-
-double luminance(Color color) {
-  const auto linear = [](double value) {
-    value /= 255;
-    return value <= 0.03928 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-  };
-  return 0.2126 * linear(color.red) + 0.7152 * linear(color.green) + 0.0722 * linear(color.blue);
-}
-
-double contrast(Color a, Color b) {
-  const double x = luminance(a), y = luminance(b);
-  return (std::max(x, y) + 0.05) / (std::min(x, y) + 0.05);
-}
 
 struct Picture {
   Pixmap map;
