@@ -37,18 +37,19 @@ TEST(Configuration, DryRunNeedsExplicitDistinctPathsOutsideTheUsersFolder) {
     environment[key] = value;
     return environment;
   };
-  Environment withoutStatus = good, withoutHeartbeat = good;
-  withoutStatus.erase("KESTRELUNE_STATUS_FILE");
-  withoutHeartbeat.erase("KESTRELUNE_MENUBAR_FILE");
-
+  const auto without = [good](const std::string& key) {
+    Environment environment = good;
+    environment.erase(key);
+    return environment;
+  };
   const struct {
     const char* name;
     Environment environment;
     bool accepted;
   } rows[] = {
       {"separate test paths", good, true},
-      {"no status file", withoutStatus, false},
-      {"no heartbeat file", withoutHeartbeat, false},
+      {"no status file", without("KESTRELUNE_STATUS_FILE"), false},
+      {"no heartbeat file", without("KESTRELUNE_MENUBAR_FILE"), false},
       {"an empty heartbeat file", with("KESTRELUNE_MENUBAR_FILE", ""), false},
       {"the same file twice", with("KESTRELUNE_MENUBAR_FILE", folder.path("tests/status.json")), false},
       {"the same file by another way", with("KESTRELUNE_MENUBAR_FILE", folder.path("tests/../tests/./status.json")),

@@ -31,12 +31,14 @@ TEST(HelperVersionTest, Comparing) {
   EXPECT_FALSE(*HelperVersion::parse("1.2.0") < *HelperVersion::parse("1.2"));
 }
 
-struct PayloadTest : testing::Test {
+/// A bundle that carries a helper.
+struct Carrying {
   TestFolder folder;
   std::string version = "1.4.0", digest = sha256("helper"), nodeVersion = "v22.1.0";
 
   std::string contents(const std::string& name) const { return "A.app/Contents/" + name; }
-  void layOut() {
+  Url url(const std::string& name) const { return folder.url(contents(name)); }
+  void layOut() const {
     folder.write(contents("Info.json"), R"({"KestreluneHelperVersion":")" + version +
                                             R"(","KestreluneHelperSHA256":")" + digest +
                                             R"(","KestreluneNodeVersion":")" + nodeVersion + R"("})");
@@ -47,56 +49,54 @@ struct PayloadTest : testing::Test {
       systemFiles().chmod(folder.path(node), 0755);
     }
   }
-  std::optional<HelperPayload> load() { return HelperPayload::load(Bundle(folder.url("A.app")), systemFiles()); }
+  void remove(const std::string& name) const { systemFiles().unlink(folder.path(contents(name))); }
+  std::optional<HelperPayload> load() const { return HelperPayload::load(Bundle(folder.url("A.app")), systemFiles()); }
 };
 
-TEST_F(PayloadTest, AGoodBundleCarriesAll) {
-  for (char& c : digest)
+TEST(PayloadTest, AGoodBundleCarriesAll) {
+  Carrying bundle;
+  for (char& c : bundle.digest)
     if (c >= 'a') c = static_cast<char>(c - 'a' + 'A');
-  layOut();
-  const std::optional<HelperPayload> payload = load();
+  bundle.layOut();
+  const std::optional<HelperPayload> payload = bundle.load();
   ASSERT_TRUE(payload);
   EXPECT_EQ(payload->helperVersion, "1.4.0");
   EXPECT_EQ(payload->helperSHA256, sha256("helper")) << "in lower case";
   EXPECT_EQ(payload->nodeVersion, "v22.1.0");
-  EXPECT_EQ(payload->helperURL, folder.url(contents("Resources/helper/kestrelune-runner.mjs")));
-  EXPECT_EQ(payload->nodeURLs.at(HelperArchitecture::arm64), folder.url(contents("Helpers/node-darwin-arm64/node")));
-  EXPECT_EQ(payload->nodeURLs.at(HelperArchitecture::x64), folder.url(contents("Helpers/node-darwin-x64/node")));
+  EXPECT_EQ(payload->helperURL, bundle.url("Resources/helper/kestrelune-runner.mjs"));
+  EXPECT_EQ(payload->nodeURLs.at(HelperArchitecture::arm64), bundle.url("Helpers/node-darwin-arm64/node"));
+  EXPECT_EQ(payload->nodeURLs.at(HelperArchitecture::x64), bundle.url("Helpers/node-darwin-x64/node"));
 }
 
-TEST_F(PayloadTest, AnythingWrongMeansNone) {
-  struct Row {
+TEST(PayloadTest, AnythingWrongMeansNone) {
+  const std::string helper = "Resources/helper/kestrelune-runner.mjs";
+  const std::string other = currentArchitecture() == HelperArchitecture::x64 ? "arm64" : "x64";
+  const struct {
     const char* name;
-    std::function<void()> spoil;
-  };
-  const Row rows[] = {
-      {"version", [&] { version = "v1.4"; }},
-      {"digest too short", [&] { digest.pop_back(); }},
-      {"digest with other letters", [&] { digest[0] = 'g'; }},
-      {"another digest", [&] { digest = sha256("other"); }},
-      {"node version without v", [&] { nodeVersion = "22.1.0"; }},
-      {"node version with a suffix", [&] { nodeVersion = "v22.1.0-pre"; }},
-      {"helper changed", [&] { folder.write(contents("Resources/helper/kestrelune-runner.mjs"), "helpeR"); }},
-      {"helper missing",
-       [&] { systemFiles().unlink(folder.path(contents("Resources/helper/kestrelune-runner.mjs"))); }},
+    std::function<void(Carrying&)> spoil;
+  } rows[] = {
+      {"version", [](Carrying& b) { b.version = "v1.4"; }},
+      {"digest too short", [](Carrying& b) { b.digest = b.digest.substr(0, 63); }},
+      {"digest with other letters", [](Carrying& b) { b.digest[0] = 'g'; }},
+      {"another digest", [](Carrying& b) { b.digest = sha256("other"); }},
+      {"node version without v", [](Carrying& b) { b.nodeVersion = "22.1.0"; }},
+      {"node version with a suffix", [](Carrying& b) { b.nodeVersion = "v22.1.0-pre"; }},
+      {"helper changed", [&](Carrying& b) { b.folder.write(b.contents(helper), "helpeR"); }},
+      {"helper missing", [&](Carrying& b) { b.remove(helper); }},
       {"the other processor's runtime missing",
-       [&] {
-         for (const char* name : {"arm64", "x64"})
-           if (name != ::kestrelune::name(currentArchitecture()))
-             systemFiles().unlink(folder.path(contents(std::string("Helpers/node-darwin-") + name + "/node")));
-       }},
+       [&](Carrying& b) { b.remove("Helpers/node-darwin-" + other + "/node"); }},
       {"a runtime that isn't executable",
-       [&] { systemFiles().chmod(folder.path(contents("Helpers/node-darwin-x64/node")), 0644); }},
-      {"no keys", [&] { systemFiles().unlink(folder.path(contents("Info.json"))); }},
+       [](Carrying& b) { systemFiles().chmod(b.url("Helpers/node-darwin-x64/node").path(), 0644); }},
+      {"no keys", [](Carrying& b) { b.remove("Info.json"); }},
   };
-  const std::string goodVersion = version, goodDigest = digest, goodNode = nodeVersion;
-  for (const Row& row : rows) {
-    version = goodVersion, digest = goodDigest, nodeVersion = goodNode;
-    layOut();
-    ASSERT_TRUE(load()) << row.name;
-    row.spoil();
-    if (version != goodVersion || digest != goodDigest || nodeVersion != goodNode) layOut();
-    EXPECT_FALSE(load()) << row.name;
+  for (const auto& row : rows) {
+    Carrying bundle;
+    bundle.layOut();
+    ASSERT_TRUE(bundle.load()) << row.name;
+    row.spoil(bundle);
+    bundle.layOut();
+    row.spoil(bundle);
+    EXPECT_FALSE(bundle.load()) << row.name;
   }
 }
 

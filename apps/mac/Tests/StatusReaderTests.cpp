@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cmath>
 #include <functional>
 #include <string>
 #include <vector>
@@ -13,7 +12,7 @@
 namespace kestrelune {
 namespace {
 
-constexpr Date kNow{1'769'850'900};
+constexpr Date kNow{1'769'850'900};  // 2026-01-31 09:15 UTC
 constexpr const char* kPath = "/h/status.json";
 const StatusReader::Alive kAllAlive = [](std::int32_t) { return true; };
 
@@ -29,13 +28,8 @@ std::string verdict(const Snapshot& snapshot) {
 
 TEST(StatusReader, Judgement) {
   using Change = std::function<void(HelperStatus&)>;
-  const auto updated = [](double seconds) {
-    return Change([seconds](HelperStatus& status) {
-      status.updatedAt = formatIso8601(kNow + seconds);
-      // The writer truncates; the tenths are put back.
-      const long tenths = std::lround((seconds - std::floor(seconds)) * 10);
-      status.updatedAt->insert(status.updatedAt->size() - 1, "." + std::to_string(tenths) + "00");
-    });
+  const auto updated = [](const char* time) {
+    return Change([time](HelperStatus& status) { status.updatedAt = time; });
   };
   const auto app = [](const HostApp& found) {
     return Change([found](HelperStatus& status) { status.apps = {HostApp{.state = "ready"}, found}; });
@@ -56,10 +50,10 @@ TEST(StatusReader, Judgement) {
       {"not paired, no process", [](auto& s) { s.state = "not_paired", s.pid = {}; }, "red disconnected"},
       {"no time", [](auto& s) { s.updatedAt = {}; }, "red outdated"},
       {"no such time", [](auto& s) { s.updatedAt = "yesterday"; }, "red outdated"},
-      {"120 seconds old", updated(-120), "green"},
-      {"120.5 seconds old", updated(-120.5), "red outdated"},
-      {"120 seconds ahead", updated(120), "green"},
-      {"121 seconds ahead", updated(121), "red outdated"},
+      {"120 seconds old", updated("2026-01-31T09:13:00Z"), "green"},
+      {"120.5 seconds old", updated("2026-01-31T09:12:59.500Z"), "red outdated"},
+      {"120 seconds ahead", updated("2026-01-31T09:17:00Z"), "green"},
+      {"121 seconds ahead", updated("2026-01-31T09:17:01Z"), "red outdated"},
       {"old and dead", [](auto& s) { s.updatedAt = {}, s.pid = 0; }, "red outdated"},
       {"no process id", [](auto& s) { s.pid = {}; }, "red invalidPID"},
       {"process id 0", [](auto& s) { s.pid = 0; }, "red invalidPID"},

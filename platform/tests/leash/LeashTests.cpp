@@ -1,14 +1,8 @@
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <string>
 
-#include "Fakes/TestLoop.hpp"
-#include "base/RunLoop.hpp"
 #include "base/Task.hpp"
 
 namespace kestrelune {
@@ -42,25 +36,6 @@ TEST_F(LeashTest, StartsNothingForAParentThatHasGone) {
 TEST_F(LeashTest, SaysWhyItCouldNot) {
   EXPECT_EQ(run(leashed(std::to_string(getpid()), "/nonexistent", "")).end.status, 127);
   EXPECT_EQ(output, "Kestrelune could not start: No such file or directory\n");
-}
-
-TEST_F(LeashTest, TheProgramEndsWithAParentThatIsKilled) {
-  // Orphans come to us instead of to the system's first process, so that their end can be seen.
-  prctl(PR_SET_CHILD_SUBREAPER, 1);
-  const auto loop = makePollRunLoop();
-  const auto launcher = makeTaskLauncher(*loop);
-  TaskRequest parent;
-  parent.executable = "/bin/sh";
-  parent.arguments = {"-c", "\"$0\" $$ /bin/sleep 60 & echo $!; sleep 0.2; kill -9 $$", KESTRELUNE_LEASH};
-  parent.output = TaskRequest::Stream::capture;
-  std::string orphan;
-  const auto task = launcher->launch(parent, [&](const TaskEnd& end) { orphan = end.output; });
-  ASSERT_TRUE(serveUntil(*loop, [&] { return !orphan.empty(); }));
-  int status = 0;
-  const pid_t pid = std::atoi(orphan.c_str());
-  ASSERT_EQ(waitpid(pid, &status, 0), pid);
-  EXPECT_TRUE(WIFSIGNALED(status));
-  EXPECT_EQ(WTERMSIG(status), SIGTERM);
 }
 
 }  // namespace
