@@ -121,7 +121,7 @@ TEST_F(WindowModelTest, SchedulesChangeAfterAQuestionAndAreLoadedAnewWhateverCam
   EXPECT_EQ(world.lines.back(), "DRY_RUN schedule resume a1");
 }
 
-TEST_F(WindowModelTest, ShowsAReportThatNoLinkLeadsOutOf) {
+TEST_F(WindowModelTest, ShowsAReportOnlyInsideTheReportsFolder) {
   const fs::path runner = world.folder.path("runner"), reports = runner / "reports";
   world.folder.write("runner/reports/good/report.md", "x");
   world.folder.write("runner/outside/report.md", "x");
