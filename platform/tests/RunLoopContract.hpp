@@ -69,19 +69,19 @@ TEST_P(RunLoopContract, TimersNeverFireEarlyAndMayEndThemselvesAndEachOther) {
     dropped.reset();
     first.reset();
   });
+  Timer once = loop->after(0.05, [&] {
+    EXPECT_GE(elapsed(), 0.05);
+    once.reset();
+  });
   int ticks = 0;
   Timer every = loop->every(0.02, [&] {
     EXPECT_GE(elapsed(), 0.02 * ++ticks);
-    if (ticks == 4) every.reset();
-  });
-  Timer end = loop->after(0.15, [&] {
-    EXPECT_GE(elapsed(), 0.15);
-    end.reset();
+    if (ticks < 4) return;
+    every.reset();
     loop->stop();
   });
   loop->run();
-  EXPECT_FALSE(first);
-  EXPECT_GE(ticks, 3);
+  EXPECT_FALSE(first || every);
 }
 
 TEST_P(RunLoopContract, DescriptorsAndSignalsBecomeCallbacksUntilTheirOwnersGo) {

@@ -130,13 +130,6 @@ TEST_F(MenuTest, AHeartbeatThatFailsIsALineAndTriedAgain) {
   EXPECT_TRUE(folder.has("runner/menubar.json"));
 }
 
-TEST_F(MenuTest, StopEndsTimersAndRemovesTheHeartbeat) {
-  MenuController& controller = make();
-  controller.stop();
-  EXPECT_EQ(loop.timerCount(), 0u);
-  EXPECT_FALSE(folder.has("runner/menubar.json"));
-}
-
 TEST_F(MenuTest, TheMainWindowFollowsTheRefreshWhileItIsVisible) {
   writeStatus("");
   MenuController& controller = make();

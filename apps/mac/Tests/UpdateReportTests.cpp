@@ -55,6 +55,8 @@ TEST(UpdateReport, Summary) {
   const UpdateEntry failed{.app = "cursor"};
   const std::string lines = "Codex: up to date\nCursor: update failed – please update it in its app";
   const UpdateReport::Summary done{"AI apps updated", lines};
+  const UpdateReport::Summary busy{"Kestrelune",
+                                   "Tasks are still running, so nothing was changed. Please try again later."};
   const auto unfinished = [](const std::string& reason) {
     return UpdateReport::Summary{"Kestrelune", "The update did not finish: " + reason};
   };
@@ -68,11 +70,7 @@ TEST(UpdateReport, Summary) {
       {"done", closing("done", {current, failed}), 0, "ok", done},
       {"done in spite of the code", closing("done", {current, failed}), 3, "bad", done},
       {"done with nothing", closing("done", {}), 0, "", {"Kestrelune", "No AI app was found on this Mac."}},
-      {"busy",
-       closing("busy", {current}),
-       0,
-       "",
-       {"Kestrelune", "Tasks are still running, so nothing was changed. Please try again later."}},
+      {"busy", closing("busy", {current}), 0, "", busy},
       {"still active when it ended", closing("checking", {current}), 124, "Checking", unfinished("Checking")},
       {"four seconds before the start", closing("done", {current, failed}, -4), 0, "", done},
       {"five seconds before the start", closing("done", {current, failed}, -5), 0, "", done},

@@ -116,6 +116,16 @@ TEST_F(WindowTest, ReturnPressesThePrimaryButtonAndEscapeCloses) {
   EXPECT_TRUE(closed);
 }
 
+TEST_F(WindowTest, AWordWithoutAnEndWidensNothing) {
+  const View row{.kind = Kind::row, .children = {text("A title"), {.kind = Kind::spacer}, button("end")}};
+  show({.kind = Kind::stack, .key = "root", .padding = 20, .children = {text(std::string(300, 'm')), row}},
+       {.id = "w", .width = 420, .height = 200, .heightFollowsContent = true});
+  QApplication::processEvents();
+  const auto* label = host->findChildren<QLabel*>().at(0);
+  EXPECT_GE(label->height(), label->heightForWidth(label->width()));
+  EXPECT_EQ(find("end")->mapTo(host.get(), QPoint(find("end")->width(), 0)).x(), host->width() - 20);
+}
+
 TEST_F(WindowTest, TabGoesByWhatIsSeenAndStaysInSight) {
   View tree{.kind = Kind::stack, .key = "root", .children = {{.kind = Kind::scroll, .key = "page"}}};
   for (const char* key : {"a", "b", "c"}) tree.children[0].children.push_back(button(key));

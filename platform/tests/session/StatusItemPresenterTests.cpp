@@ -118,6 +118,18 @@ TEST_F(StatusItemPresenterTest, IsShownWhereThereIsAPlaceAtThisMoment) {
   EXPECT_TRUE(served([&] { return screenShows(); })) << "a watcher that refuses us";
 }
 
+TEST_F(StatusItemPresenterTest, FindsTheBusAgain) {
+  hostComes();
+  host.reset();
+  daemon.stop();
+  ASSERT_TRUE(served([&] { return !bus.connected(); }));
+  daemon.start();
+  bus.retry();
+  hostComes();
+  (void)host->aboutToShow();
+  EXPECT_EQ(host->layout().children.size(), menu.size());
+}
+
 TEST_F(StatusItemPresenterTest, TheMenuIsComposedWhenAHostAsks) {
   hostComes();
   EXPECT_TRUE(host->aboutToShow());
