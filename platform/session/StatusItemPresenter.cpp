@@ -97,7 +97,13 @@ void StatusItemPresenter::openAt(messages::MenuPlace place) {
   }
 }
 
+/// Where no menu can be placed there is the main window, which has everything.
 void StatusItemPresenter::sendMenu() {
+  if (!screen_.placesPopups()) {
+    forgetWish();
+    if (events_.activated) events_.activated();
+    return;
+  }
   openMenu_ = ++lastMenu_;
   screen_.send(messages::ShowMenu{.id = *openMenu_, .menu = menu_, .place = *wanted_});
 }

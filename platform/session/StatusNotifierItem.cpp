@@ -3,6 +3,7 @@
 #include <systemd/sd-bus.h>
 
 #include <cerrno>
+#include <string_view>
 #include <utility>
 
 #include "base/Text.hpp"
@@ -92,7 +93,10 @@ struct StatusNotifierItem::Methods {
   static int activate(sd_bus_message* call, void* data, sd_bus_error* error) {
     std::int32_t x = 0, y = 0;
     if (sd_bus_message_read(call, "ii", &x, &y) < 0) return -EINVAL;
-    if (of(data).itemIsMenu_) return sd_bus_error_set(error, SD_BUS_ERROR_UNKNOWN_METHOD, "The menu is the host's");
+    // A host that shows menus takes this as a wish to show the exported one.
+    const bool isClick = std::string_view(sd_bus_message_get_member(call)) == "Activate";
+    if (isClick && of(data).itemIsMenu_)
+      return sd_bus_error_set(error, SD_BUS_ERROR_UNKNOWN_METHOD, "The menu is the host's");
     // Answered first: what follows may take a moment, and a host that waits doesn't draw.
     const int replied = sd_bus_reply_method_return(call, "");
     of(data).events_.activated(x, y);

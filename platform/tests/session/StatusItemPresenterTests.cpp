@@ -29,7 +29,7 @@ struct StatusItemPresenterTest : testing::Test {
                                presenter.setMenu(menu);
                              },
                          .chosen = [this](const MenuChoice& choice) { choices.push_back(choice); },
-                         .activated = [] {},
+                         .activated = [this] { ++activated; },
                          .unseen = [this](const std::string&) { ++unseen; }});
     presenter.show(look);
   }
@@ -55,7 +55,7 @@ struct StatusItemPresenterTest : testing::Test {
   StatusItemLook look{
       .dot = {46, 125, 91}, .toolTip = "Kestrelune — ready", .accessibilityLabel = "Kestrelune — ready"};
   MenuTree menu{line("one"), attention("two")};
-  int composed = 0, unseen = 0;
+  int composed = 0, activated = 0, unseen = 0;
   std::vector<MenuChoice> choices;
   std::unique_ptr<TrayHost> host;
 };
@@ -223,10 +223,10 @@ TEST_F(StatusItemPresenterTest, AClickIsChosenOnceAndAStaleOneNever) {
 
 TEST_F(StatusItemPresenterTest, AClickAtAPlaceOpensOurOwnMenuThere) {
   hostComes();
-  const auto activate = [&](int x, int y) {
-    return host->call("/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate", "ii", x, y) != nullptr;
+  const auto call = [&](const char* method) {
+    return host->call("/StatusNotifierItem", "org.kde.StatusNotifierItem", method, "ii", 30, 40) != nullptr;
   };
-  ASSERT_TRUE(activate(30, 40));
+  ASSERT_TRUE(call("Activate"));
   ASSERT_TRUE(screen.start());
   auto shown = screen.all<messages::ShowMenu>();
   ASSERT_EQ(shown.size(), 1u);
@@ -248,7 +248,11 @@ TEST_F(StatusItemPresenterTest, AClickAtAPlaceOpensOurOwnMenuThere) {
   presenter.openMenu();
   screen.places = false;
   ASSERT_TRUE(screen.start());
-  EXPECT_FALSE(activate(30, 40)) << "the host is to open its own";
+  EXPECT_EQ(activated, 1) << "no menu can be placed there";
+  EXPECT_FALSE(call("Activate")) << "the host is to open its own";
+  EXPECT_TRUE(call("ContextMenu")) << "the host has none";
+  EXPECT_EQ(activated, 2);
+  EXPECT_TRUE(screen.all<messages::ShowMenu>().empty());
   screen.say(messages::StatusItemForm{.form = "none"});
   EXPECT_EQ(unseen, 0) << "the host shows it";
   host.reset();
