@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <deque>
 #include <map>
 #include <memory>
@@ -79,6 +80,15 @@ class FakeLoop final : public RunLoop {
       turn();
     }
     if (end > clock_.uptime()) clock_.pass(end - clock_.uptime());
+  }
+
+  /// The process was stopped for a while: what came due meanwhile fires now, and a repeating timer only once.
+  void standStill(double seconds) {
+    clock_.pass(seconds);
+    for (const auto& weak : timers_)
+      if (const auto timer = weak.lock(); timer && timer->period > 0)
+        timer->due = std::max(timer->due, clock_.uptime());
+    pass(0);
   }
 
   /// A signal has come.

@@ -16,6 +16,7 @@
 #include "Fakes/FakeFiles.hpp"
 #include "Fakes/World.hpp"
 #include "Menu.hpp"
+#include "Simulation/SimulatedSession.hpp"
 #include "Strings.hpp"
 #include "base/Json.hpp"
 
@@ -25,7 +26,7 @@ namespace {
 /// The program's own classes, in a world where anything may happen next. A seed replays a run exactly.
 class Simulation {
  public:
-  explicit Simulation(std::uint32_t seed) : random_(seed) {
+  explicit Simulation(std::uint32_t seed) : random_(seed), hosted_(seed % 2 == 0) {
     world_.files = &files_;
     files_.alive = {::getpid()};
     files_.put(path("runner/in-app"), "");
@@ -56,6 +57,7 @@ class Simulation {
   void check() {
     world_.loop.turn();
     controller_->refresh();
+    world_.loop.turn();
     ASSERT_LE(runningHelpers(), 1) << "two helpers at a time";
     ASSERT_EQ(marks(), expectedMarks_) << "a mark was lost";
     // One that couldn't be started says so.
@@ -69,6 +71,7 @@ class Simulation {
     }
     ASSERT_EQ(files_.openDescriptors(), 0u);
     checkNotices();
+    checkScreen();
   }
 
   /// Once all is well outside, all is well inside, however it got there.
@@ -78,10 +81,18 @@ class Simulation {
     if (runningHelpers() == 0) {
       ASSERT_TRUE(controller_->background().restart());
     }
-    world_.loop.pass(60);
+    // A screen that failed often is started again after a minute, and what ended it is shown last.
+    for (int i = 0; i < 3; ++i) world_.loop.pass(61);
+    ASSERT_TRUE(hosted_ || (screen_.usable() && screen_.icon())) << "the icon isn't shown";
+    for (int i = 0; i < 1000 && screen_.usable() && screen_.question(); ++i) answerQuestion();
+    EXPECT_TRUE(requests_.open.empty()) << "never answered: " << requests_.open.front().title;
+    for (const auto& [id, tree] : requests_.windows)
+      EXPECT_TRUE(screen_.usable() && screen_.windows().contains(id)) << id << " isn't shown";
+    endAllElse();
     writeStatus(world_.clock.now(), true);
     check();
     EXPECT_EQ(controller_->snapshot().signal, Signal::green);
+    EXPECT_EQ(hosted_ ? world_.session.statusItem().look.dot : screen_.icon().value().dot, (Color{46, 125, 91}));
     EXPECT_FALSE(controller_->setup().busy());
     EXPECT_EQ(runningHelpers(), 1);
     controller_->stop();
@@ -90,10 +101,11 @@ class Simulation {
 
  private:
   void happen() {
-    switch (upTo(24)) {
+    switch (upTo(26)) {
       case 0: return writeStatus(world_.clock.now() - 600);
       case 1: return writeFile(R"({"schemaVersion":1,"pid":)");
       case 2: return removeStatus();
+      // Asleep for hours, or set back.
       case 3: return world_.clock.set(world_.clock.now() + (upTo(60) - 20) * 3600.0);
       case 4:
       case 5: return chooseInMenu();
@@ -115,17 +127,21 @@ class Simulation {
       case 18: return upTo(4) == 0 ? quit() : void();
       case 19: return setDisk(static_cast<Disk>(upTo(3)));
       case 20: return talkNonsense();
+      case 21: return disturbScreen();
+      case 22: return world_.loop.standStill(upTo(300));
       default: return writeStatus(world_.clock.now());
     }
   }
 
   void start() {
     defaults_ = makeFileDefaults(files_, path("defaults.json"));
+    session_ =
+        std::make_unique<SimulatedSession>(world_.loop, world_.clock, screen_, requests_, world_.session, hosted_);
     Outside outside{.loop = world_.loop,
                     .clock = world_.clock,
                     .files = files_,
                     .tasks = world_.tasks,
-                    .session = world_.session,
+                    .session = *session_,
                     .defaults = *defaults_,
                     .http = world_.http,
                     .bundle = Bundle(Url::file("/app")),
@@ -134,6 +150,7 @@ class Simulation {
     outside.execute = [this](const HelperCommand&, double, const auto& completed) { commands_.push_back(completed); };
     controller_ = std::make_unique<MenuController>(world_.configuration(), std::move(outside));
     controller_->background().start();
+    startedAt_ = world_.clock.uptime();
   }
   void quit() {
     if (upTo(2) == 0) controller_->stop();
@@ -144,7 +161,9 @@ class Simulation {
     files_.die();
     controller_.reset();
     defaults_.reset();
-    world_.session.windows().shown.clear();
+    session_.reset();
+    requests_.windows.clear();
+    requests_.open.clear();
     endAllElse();
     for (std::size_t i = 0; i < world_.tasks.children.size(); ++i) world_.tasks.end(i, {});
     world_.loop.turn();
@@ -158,7 +177,6 @@ class Simulation {
     for (const auto& [key, mark] : expectedMarks_) ASSERT_TRUE(everMarked_.contains({key, mark.until})) << key;
   }
   void endAllElse() {
-    while (world_.session.alert().isOpen()) world_.session.alert().answer({}), world_.loop.turn();
     while (!commands_.empty()) completeCommand(0);
     for (std::size_t i = 0; i < world_.tasks.children.size(); ++i)
       if (!isHelper(i)) world_.tasks.end(i, {});
@@ -174,6 +192,7 @@ class Simulation {
       if (disk == Disk::full) return call == "write" || call == "copy" || call.starts_with("mkdir") ? ENOSPC : 0;
       return disk == Disk::noDescriptors && call.starts_with("open ") ? EMFILE : 0;
     };
+    screen_.canStart = disk != Disk::noDescriptors;
   }
   std::string path(const std::string& name) const { return world_.folder.path(name); }
 
@@ -200,15 +219,27 @@ class Simulation {
     readable_ = true;
   }
 
-  void chooseInMenu() {
-    world_.session.statusItem().openMenu();
+  /// Null while none is open.
+  const MenuTree* openMenu() {
+    if (hosted_) {
+      world_.session.statusItem().openMenu();
+    } else if (screen_.usable()) {
+      screen_.clickIcon();
+    }
+    world_.loop.turn();
     note();
+    if (hosted_) return &world_.session.statusItem().menu;
+    return screen_.usable() && screen_.menu() ? &screen_.menu()->menu : nullptr;
+  }
+  void chooseInMenu() {
+    const MenuTree* menu = openMenu();
+    if (!menu || upTo(5) == 0) return;
     std::vector<MenuChoice> choices;
-    collect(world_.session.statusItem().menu, choices);
+    collect(*menu, choices);
     const MenuChoice choice = choices[random_() % choices.size()];
-    if (choice.part == MenuChoice::Part::row) return world_.session.statusItem().send(choice);
-    expectMark(choice.settleKey, choice.part == MenuChoice::Part::done);
-    world_.session.statusItem().send(choice);
+    if (choice.part != MenuChoice::Part::row) expectMark(choice.settleKey, choice.part == MenuChoice::Part::done);
+    if (hosted_) return world_.session.statusItem().send(choice);
+    screen_.choose(choice);
   }
   static void collect(const MenuTree& menu, std::vector<MenuChoice>& into) {
     for (const MenuRow& row : menu) {
@@ -219,36 +250,53 @@ class Simulation {
     }
   }
   void useWindow() {
-    FakeWindows& windows = world_.session.windows();
-    if (windows.shown.empty()) return;
-    const std::string window = std::next(windows.shown.begin(), upTo(static_cast<int>(windows.shown.size())))->first;
-    if (upTo(8) == 0) return windows.userCloses(window);
-    std::vector<std::pair<std::string, std::string>> uses;
-    collect(windows.shown.at(window).tree, uses);
-    if (uses.empty()) return;
+    if (!screen_.usable() || screen_.windows().empty()) return;
+    const auto& windows = screen_.windows();
+    const auto [window, tree] = *std::next(windows.begin(), upTo(static_cast<int>(windows.size())));
+    std::vector<ViewEvent> uses;
+    collect(tree, uses);
+    std::erase_if(uses, [](const ViewEvent& use) { return use.node.starts_with("again/"); });  // see showAgain()
     std::copy(uses.begin(), uses.end(), std::back_inserter(seen_));
-    const auto& [key, value] = uses[random_() % uses.size()];
-    if (const std::string again = "again/"; key.starts_with(again)) return;  // showAgain() knows what is expected then
-    windows.press(window, key, value);
+    const bool closes = upTo(8) == 0;
+    if (!uses.empty()) screen_.say(messages::WindowEvent{window, uses[random_() % uses.size()]});
+    // What comes of its use may just be on its way.
+    if (closes && screen_.usable()) screen_.close(window);
   }
-  /// What a screen sends that is late, or out of its mind.
+  /// What a screen, or somebody on the bus, sends that is late or out of its mind.
   void talkNonsense() {
-    static const std::vector<std::string> kNonsense = {"", "on", "x", "\xff", "-1", std::string(5000, 'a')};
+    static const std::vector<std::string> kNonsense = {"", "on", "x", "\xff", "-1", "main", std::string(5000, 'a')};
     const auto nonsense = [&] { return kNonsense[random_() % kNonsense.size()]; };
-    const auto [key, value] = seen_.empty() ? std::pair(nonsense(), nonsense()) : seen_[random_() % seen_.size()];
-    if (key.starts_with("again/")) return;
-    world_.session.statusItem().send({.represented = upTo(2) == 0 ? key : nonsense()});
-    world_.session.notifications().click(upTo(2) == 0 ? key : nonsense());
-    auto& shown = world_.session.windows().shown;
-    if (shown.empty()) return;
-    const auto event = std::next(shown.begin(), upTo(static_cast<int>(shown.size())))->second.events.event;
-    event({upTo(4) == 0 ? nonsense() : key, upTo(2) == 0 ? nonsense() : value});
+    const ViewEvent seen = seen_.empty() ? ViewEvent{nonsense(), nonsense()} : seen_[random_() % seen_.size()];
+    const std::string key = upTo(2) == 0 ? seen.node : nonsense();
+    const std::string window = upTo(2) == 0 ? "main" : "setup";
+    switch (upTo(11)) {
+      case 0: return hosted_ ? world_.session.statusItem().send({.represented = key}) : screen_.clickIcon();
+      case 1: return world_.session.notifications().click(key);
+      case 2: return screen_.say(messages::MenuChosen{upTo(9), {.represented = key}});
+      case 3: return screen_.say(messages::Bounds{upTo(9), {{0, 0, -1, 1 << 30}}});
+      case 4: return screen_.say(messages::WindowFrame{window, {-(1 << 30), 1 << 30, 0, -1}});
+      case 5: return screen_.say(messages::StatusItemForm{nonsense()});
+      case 6: return screen_.say(messages::Ready{.version = upTo(3)});
+      case 7: return screen_.sayLine(nonsense());
+      case 8: return screen_.say(messages::Answered{0, upTo(3), nonsense()});
+      default: return screen_.say(messages::WindowEvent{window, {key, upTo(2) == 0 ? nonsense() : seen.value}});
+    }
   }
-  static void collect(const View& view, std::vector<std::pair<std::string, std::string>>& into) {
-    if (view.kind == View::Kind::button || view.pressable) into.emplace_back(view.key, "");
-    if (view.kind == View::Kind::toggle) into.emplace_back(view.key, view.on ? "off" : "on");
+  void disturbScreen() {
+    switch (upTo(6)) {
+      case 0: return screen_.end(false);
+      case 1: return screen_.usable() && screen_.showsNothing() ? screen_.end(true) : void();
+      case 2: return screen_.stall(random_() % 2000);
+      case 3: return world_.loop.pass(61);  // longer than anybody waits for one that stalls
+      default: return screen_.goOn();
+    }
+  }
+  static void collect(const View& view, std::vector<ViewEvent>& into) {
+    if (view.kind == View::Kind::button || view.pressable) into.push_back({view.key, ""});
+    if (view.kind == View::Kind::toggle) into.push_back({view.key, view.on ? "off" : "on"});
+    if (view.kind == View::Kind::longList) into.push_back({view.key, "5-20"});
     for (const View& child : view.children) {
-      if (child.kind == View::Kind::option) into.emplace_back(view.key, child.key);
+      if (child.kind == View::Kind::option) into.push_back({view.key, child.key});
       collect(child, into);
     }
   }
@@ -271,8 +319,9 @@ class Simulation {
   SettleMarks marks() const { return SettleStore(*defaults_).marks(); }
 
   void answerQuestion() {
-    if (!world_.session.alert().isOpen()) return;
-    world_.session.alert().answer({.button = upTo(4) == 0 ? std::nullopt : std::optional(upTo(3)), .text = "a\nb"});
+    if (!screen_.usable() || !screen_.question()) return;
+    screen_.answer(upTo(4) == 0 ? std::nullopt : std::optional(upTo(3)), "a\nb");
+    world_.loop.turn();
   }
   void completeCommand(std::int32_t code) {
     if (commands_.empty()) return;
@@ -309,13 +358,26 @@ class Simulation {
   }
   long errors() {
     const std::string title = Copy::text(Copy::Key::errorTitle);
-    const auto& asked = world_.session.alert().asked;
-    return std::count_if(asked.begin(), asked.end(), [&](const Question& question) { return question.title == title; });
+    return std::count_if(requests_.asked.begin(), requests_.asked.end(),
+                         [&](const Question& question) { return question.title == title; });
   }
 
   void clickNotification() {
     const auto& delivered = world_.session.notifications().delivered;
     if (!delivered.empty()) world_.session.notifications().click(delivered[random_() % delivered.size()].action);
+  }
+  /// What a screen in order shows is what was asked for last.
+  void checkScreen() {
+    if (!screen_.usable()) return;
+    ASSERT_TRUE(hosted_ || screen_.icon() || world_.clock.uptime() == startedAt_) << "the icon isn't shown";
+    for (const auto& [id, tree] : screen_.windows()) {
+      const auto wanted = requests_.windows.find(id);
+      ASSERT_TRUE(wanted != requests_.windows.end() && wanted->second == tree) << id << " is shown as it was";
+    }
+    if (!requests_.open.empty()) {
+      ASSERT_TRUE(screen_.question()) << "nobody is asked " << requests_.open.front().title;
+      ASSERT_EQ(screen_.question()->question.title, requests_.open.front().title);
+    }
   }
   /// An item is announced again only after it was gone for at least one look.
   void checkNotices() {
@@ -340,12 +402,17 @@ class Simulation {
   FakeFiles files_;
   Disk disk_ = Disk::works;
   std::mt19937 random_;
+  const bool hosted_;  ///< a panel shows the icon
+  SimulatedScreen screen_{world_.loop};
+  Requests requests_;
   std::unique_ptr<Defaults> defaults_;
   std::vector<std::function<void(const HelperCommandResult&)>> commands_;
+  std::unique_ptr<SimulatedSession> session_;
   std::unique_ptr<MenuController> controller_;
+  double startedAt_ = 0;  ///< uptime
   SettleMarks expectedMarks_;
   std::set<std::pair<std::string, double>> everMarked_;
-  std::vector<std::pair<std::string, std::string>> seen_;  ///< controls of windows, and what they were set to
+  std::vector<ViewEvent> seen_;  ///< what windows could be used for
   std::set<std::string> announced_;
   std::size_t told_ = 0;
   long expectedErrors_ = 0;
@@ -354,25 +421,43 @@ class Simulation {
   bool unsaved_ = false;   ///< the last mark may not have reached the disk
 };
 
+constexpr long kStepsOfARun = 500;
+
+/// False if something didn't hold.
+bool holds(std::uint32_t seed) {
+  Simulation simulation(seed);
+  for (long step = 0; step < kStepsOfARun && !testing::Test::HasFailure(); ++step) {
+    SCOPED_TRACE("seed " + std::to_string(seed) + ", step " + std::to_string(step));
+    simulation.step();
+    simulation.check();
+  }
+  if (testing::Test::HasFailure()) return false;
+  SCOPED_TRACE("the end of seed " + std::to_string(seed));
+  simulation.recover();
+  return !testing::Test::HasFailure();
+}
+
 /// KESTRELUNE_SIMULATION_STEPS asks for more steps than the few that each run of the tests takes, and
 /// KESTRELUNE_SIMULATION_SEED for another seed to begin with.
 TEST(SimulationTest, WhateverHappensNothingIsLostAndThereIsAWayOut) {
-  constexpr long kStepsOfARun = 500;
   const char* asked = std::getenv("KESTRELUNE_SIMULATION_STEPS");
   const long runs = std::max(1L, (asked ? std::atol(asked) : 5000) / kStepsOfARun);
   const char* first = std::getenv("KESTRELUNE_SIMULATION_SEED");
   const auto begin = static_cast<std::uint32_t>(first ? std::atol(first) : 1);
-  for (std::uint32_t seed = begin; seed < begin + static_cast<std::uint32_t>(runs); ++seed) {
-    Simulation simulation(seed);
-    for (long step = 0; step < kStepsOfARun; ++step) {
-      SCOPED_TRACE("seed " + std::to_string(seed) + ", step " + std::to_string(step));
-      simulation.step();
-      simulation.check();
-      if (testing::Test::HasFailure()) return;
-    }
-    SCOPED_TRACE("the end of seed " + std::to_string(seed));
-    simulation.recover();
-    if (testing::Test::HasFailure()) return;
+  for (std::uint32_t seed = begin; seed < begin + static_cast<std::uint32_t>(runs); ++seed)
+    if (!holds(seed)) return;
+}
+
+/// Faults that it found, each by a seed that shows it again. A change of what a step may do needs other seeds: take
+/// the mending away and see which one fails.
+TEST(SimulationTest, WhatItFoundStaysMended) {
+  struct Found {
+    const char* fault;
+    std::uint32_t seed;
+  };
+  for (const Found& found : {Found{"settings that couldn't be read for a moment counted as damaged", 24}}) {
+    SCOPED_TRACE(found.fault);
+    if (!holds(found.seed)) return;
   }
 }
 
