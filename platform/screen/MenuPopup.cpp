@@ -147,6 +147,10 @@ void MenuPopup::setMenu(MenuTree menu) {
 void MenuPopup::openAt(const QPoint& place) {
   place_ = place;
   layOut();
+  if (!parentMenu_ && xserver::isXwayland()) {
+    shield_ = std::make_unique<ClickShield>([this] { hide(); });
+    shield_->show();
+  }
   show();
   raise();
   activateWindow();
@@ -305,6 +309,8 @@ void MenuPopup::closeSubmenu() {
 void MenuPopup::hideEvent(QHideEvent*) {
   if (closed_) return;
   closed_ = true;
+  // It may be handling the event that closes the menu.
+  if (ClickShield* old = shield_.release()) old->hide(), old->deleteLater();
   closeSubmenu();
   if (parentMenu_) {
     // Closed by a click elsewhere, or by choosing: the whole menu goes.

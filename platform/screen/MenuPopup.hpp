@@ -9,6 +9,7 @@
 #include <optional>
 #include <vector>
 
+#include "ClickShield.hpp"
 #include "MenuRowView.hpp"
 #include "MenuScrollArrow.hpp"
 
@@ -80,6 +81,7 @@ class MenuPopup final : public QWidget {
   MenuRowView* current_ = nullptr;
   std::unique_ptr<MenuPopup> submenu_;
   std::optional<MenuRowView*> pointed_;  ///< where the pointer rests while the submenu of another row is open
+  std::unique_ptr<ClickShield> shield_;  ///< under the menu, in a Wayland compositor
   QTimer submenuTimer_;
   QElapsedTimer opened_;
   bool pressed_ = false;

@@ -10,6 +10,7 @@
 #include "Drawing.hpp"
 #include "Metrics.hpp"
 #include "Texts.hpp"
+#include "XServer.hpp"
 
 namespace kestrelune {
 namespace {
@@ -21,13 +22,11 @@ constexpr double kHeight = 26, kPadding = 8, kFlameWidth = 22, kFlameHeight = 20
 constexpr double kPanelRoom = 40;
 constexpr qsizetype kLongestPill = 200;
 
-bool usesXwayland() { return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"); }
-
 Qt::WindowFlags stripFlags() {
   const Qt::WindowFlags flags =
       Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint;
   // A compositor that arranges the windows of Xwayland would put it in the middle of the screen.
-  return usesXwayland() ? flags | Qt::X11BypassWindowManagerHint : flags;
+  return xserver::isXwayland() ? flags | Qt::X11BypassWindowManagerHint : flags;
 }
 
 }  // namespace
@@ -64,7 +63,7 @@ void StripWindow::place() {
   const QScreen* screen = QGuiApplication::primaryScreen();
   if (!screen) return;
   const QRect available = screen->availableGeometry();
-  const bool mayBeCovered = usesXwayland() && available == screen->geometry();
+  const bool mayBeCovered = xserver::isXwayland() && available == screen->geometry();
   setGeometry(available.right() + 1 - width - px(kEdge), available.top() + px(mayBeCovered ? kPanelRoom : kEdge), width,
               px(kHeight));
   drawing::cutCorners(*this, height() / 2.0);

@@ -38,6 +38,7 @@ bool hasOwner(const QByteArray& selection) {
 }  // namespace
 
 bool inUse() { return QGuiApplication::platformName() == "xcb"; }
+bool isXwayland() { return inUse() && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"); }
 bool hasTray() { return hasOwner(kTray); }
 bool hasClipboardManager() { return hasOwner("CLIPBOARD_MANAGER"); }
 bool hasCompositor() { return hasOwner("_NET_WM_CM_S0"); }

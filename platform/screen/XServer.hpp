@@ -9,6 +9,8 @@
 namespace kestrelune::xserver {
 
 bool inUse();
+/// The server is one within a Wayland compositor: what isn't a window of it is out of its sight.
+bool isXwayland();
 /// A tray of the old kind, for icons that are windows.
 bool hasTray();
 /// Somebody who takes over the clipboard from programs that end.
