@@ -13,8 +13,9 @@
 namespace kestrelune {
 namespace {
 
-/// Memory that the heap keeps for later, and pages that a day happens to touch for the first time.
-constexpr long kMostGrowth = 256;
+/// In kilobytes, from the first day on: a few pages that a day happens to touch for the first time. It would take half
+/// a byte a refresh.
+constexpr long kMostGrowth = 48;
 
 constexpr double kMinute = 60, kHour = 3600;
 

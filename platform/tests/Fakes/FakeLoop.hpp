@@ -122,6 +122,7 @@ class FakeLoop final : public RunLoop {
     pending->due = clock_.uptime() + seconds;
     pending->period = period;
     pending->work = std::move(work);
+    std::erase_if(timers_, [](const auto& timer) { return timer.expired(); });
     timers_.push_back(pending);
     return std::make_unique<Holder>(std::move(pending));
   }
