@@ -13,11 +13,12 @@
 #include <string>
 #include <vector>
 
+#include "App.hpp"
 #include "Fakes/FakeFiles.hpp"
 #include "Fakes/World.hpp"
-#include "Menu.hpp"
 #include "Simulation/SimulatedSession.hpp"
 #include "Strings.hpp"
+#include "base/Digest.hpp"
 #include "base/Json.hpp"
 
 namespace kestrelune {
@@ -26,28 +27,28 @@ namespace {
 /// The program's own classes, in a world where anything may happen next. A seed replays a run exactly.
 class Simulation {
  public:
-  explicit Simulation(std::uint32_t seed) : random_(seed), hosted_(seed % 2 == 0) {
+  explicit Simulation(std::uint32_t seed) : random_(seed), hosted_(seed % 2 == 0), wasInstalled_(seed % 3 != 0) {
     world_.files = &files_;
     files_.alive = {::getpid()};
-    files_.put(path("runner/in-app"), "");
-    files_.put(path("root/helper/kestrelune-runner.mjs"), "");
-    for (const char* program : {"root/node/current/bin/node", "root/bin/kestrelune"})
-      files_.put(path(program), "", 0700);
+    files_.putFolder(world_.folder.path());
+    putCarried();
+    if (wasInstalled_) putInstalled(seed % 3 == 1 ? kOlder : kHelper);
     start();
   }
 
   /// Whatever happens next. The program may be stopped before any of its calls on files, or one of them may fail.
   void step() {
     const int plan = upTo(20);
-    troubled_ = plan < 2 || disk_ != Disk::works;
+    troubled_ = plan < 2 || disk_ != Disk::works || !files_.content(path("root/bin/kestrelune"));
     if (plan == 0) files_.crashAt(1 + upTo(80));
     if (plan == 1) files_.failAt(1 + upTo(80), std::vector{EIO, ENOSPC, EACCES, EMFILE}[random_() % 4]);
     try {
       happen();
       world_.loop.turn();
-      controller_->refresh();
+      controller().refresh();
     } catch (const FakeFiles::Crash&) {
       startAgain();
+      expectedErrors_ = errors();  // who is gone tells nothing
     }
     files_.failAt(0, 0);
     files_.crashAt(0);
@@ -56,19 +57,20 @@ class Simulation {
   /// What holds after each step, whatever it was.
   void check() {
     world_.loop.turn();
-    controller_->refresh();
+    controller().refresh();
     world_.loop.turn();
     ASSERT_LE(runningHelpers(), 1) << "two helpers at a time";
     ASSERT_EQ(marks(), expectedMarks_) << "a mark was lost";
-    // One that couldn't be started says so.
-    if (troubled_ && errors() == expectedErrors_ + 1) ++expectedErrors_;
+    // What couldn't be started or placed says so.
+    if (troubled_) expectedErrors_ = std::clamp(errors(), expectedErrors_, expectedErrors_ + 2);
     ASSERT_EQ(errors(), expectedErrors_) << "a command ended with more or less than one message, the last being "
-                                         << world_.tasks.commandLine(world_.tasks.children.size() - 1);
-    ASSERT_EQ(controller_->snapshot().status.has_value(), readable_ && disk_ != Disk::noDescriptors)
+                                         << (requests_.asked.empty() ? "" : requests_.asked.back().text);
+    ASSERT_EQ(controller().snapshot().status.has_value(), readable_ && disk_ != Disk::noDescriptors)
         << "a status was hidden";
     for (const char* name : {"runner/menubar.json", "defaults.json"}) {
       ASSERT_NO_THROW(Json::parse(files_.content(path(name)).value_or("{}"))) << name << " was half written";
     }
+    checkHelper();
     ASSERT_EQ(files_.openDescriptors(), 0u);
     checkNotices();
     checkScreen();
@@ -77,10 +79,15 @@ class Simulation {
   /// Once all is well outside, all is well inside, however it got there.
   void recover() {
     setDisk(Disk::works);
+    calm_ = true;
     endAllElse();
-    if (runningHelpers() == 0) {
-      ASSERT_TRUE(controller_->background().restart());
-    }
+    if (!controller().setup().payload()) startAgain();
+    controller().setup().setup();
+    for (int i = 0; i < 4; ++i) world_.loop.turn(), endAllElse();
+    ASSERT_EQ(files_.content(path("root/helper/kestrelune-runner.mjs")), kHelper) << "the helper can't be placed";
+    const bool ran = runningHelpers() == 1;
+    ASSERT_TRUE(controller().background().restart());
+    if (ran) endHelpers();
     // A screen that failed often is started again after a minute, and what ended it is shown last.
     for (int i = 0; i < 3; ++i) world_.loop.pass(61);
     ASSERT_TRUE(hosted_ || (screen_.usable() && screen_.icon())) << "the icon isn't shown";
@@ -91,17 +98,19 @@ class Simulation {
     endAllElse();
     writeStatus(world_.clock.now(), true);
     check();
-    EXPECT_EQ(controller_->snapshot().signal, Signal::green);
+    EXPECT_EQ(controller().snapshot().signal, Signal::green);
     EXPECT_EQ(hosted_ ? world_.session.statusItem().look.dot : screen_.icon().value().dot, (Color{46, 125, 91}));
-    EXPECT_FALSE(controller_->setup().busy());
+    EXPECT_FALSE(controller().setup().busy());
     EXPECT_EQ(runningHelpers(), 1);
-    controller_->stop();
+    controller().stop();
     EXPECT_FALSE(files_.at(path("runner/menubar.json")));
   }
 
  private:
+  static constexpr char kApp[] = "/app", kHelper[] = "the helper", kOlder[] = "an older one", kNode[] = "a runtime";
+
   void happen() {
-    switch (upTo(26)) {
+    switch (upTo(28)) {
       case 0: return writeStatus(world_.clock.now() - 600);
       case 1: return writeFile(R"({"schemaVersion":1,"pid":)");
       case 2: return removeStatus();
@@ -116,11 +125,11 @@ class Simulation {
       case 10: return clickNotification();
       case 11: return showAgain();
       case 12: return world_.loop.pass(upTo(40));
-      case 13: return controller_->background().start();
+      case 13: return controller().background().start();
       case 14:
-        return controller_->showWindow(std::vector<std::string>{"tasks", "ais", "macs", "general"}[random_() % 4]);
+        return controller().showWindow(std::vector<std::string>{"tasks", "ais", "macs", "general"}[random_() % 4]);
       case 15:
-        return controller_->showSetupWindow(
+        return controller().showSetupWindow(
             std::vector{SetupStep::account, SetupStep::ai, SetupStep::mac}[random_() % 3]);
       case 16:
       case 17: return useWindow();
@@ -129,8 +138,29 @@ class Simulation {
       case 20: return talkNonsense();
       case 21: return disturbScreen();
       case 22: return world_.loop.standStill(upTo(300));
+      case 23: return upTo(4) == 0 ? controller().setup().setup() : controller().setup().checkForUpdates();
+      case 24: return upTo(2) == 0 && wasInstalled_ ? putInstalled(kOlder) : void();  // by a hand of its own
       default: return writeStatus(world_.clock.now());
     }
+  }
+
+  MenuController& controller() { return *app_->controller(); }
+
+  /// The application carries a helper and the runtimes for it.
+  void putCarried() {
+    const std::string contents = std::string(kApp) + "/Contents/";
+    files_.put(contents + "Info.json", R"({"KestreluneHelperVersion":"1.4.0","KestreluneHelperSHA256":")" +
+                                           sha256(kHelper) + R"(","KestreluneNodeVersion":"v22.1.0"})");
+    files_.put(contents + "Resources/helper/kestrelune-runner.mjs", kHelper);
+    for (const char* name : {"arm64", "x64"})
+      files_.put(contents + "Helpers/node-darwin-" + name + "/node", kNode, 0755);
+  }
+  void putInstalled(const char* helper) {
+    files_.put(path("runner/in-app"), "");
+    files_.put(path("root/helper/kestrelune-runner.mjs"), helper);
+    files_.put(path("root/node/v20/bin/node"), kNode, 0755);
+    files_.putLink(path("root/node/current"), "v20");
+    files_.put(path("root/bin/kestrelune"), HelperFiles::wrapper(Url::file(path("root"))), 0700);
   }
 
   void start() {
@@ -144,22 +174,24 @@ class Simulation {
                     .session = *session_,
                     .defaults = *defaults_,
                     .http = world_.http,
-                    .bundle = Bundle(Url::file("/app")),
+                    .bundle = Bundle(files_, Url::file(kApp)),
                     .pid = 4711,
                     .output = [](const std::string&) {}};
-    outside.execute = [this](const HelperCommand&, double, const auto& completed) { commands_.push_back(completed); };
-    controller_ = std::make_unique<MenuController>(world_.configuration(), std::move(outside));
-    controller_->background().start();
+    outside.execute = [this](const HelperCommand& command, double, const auto& completed) {
+      commands_.push_back({command, completed});
+    };
+    app_ = std::make_unique<AppDelegate>(world_.configuration(), std::move(outside), std::vector<std::string>{});
+    app_->applicationDidFinishLaunching();
     startedAt_ = world_.clock.uptime();
   }
   void quit() {
-    if (upTo(2) == 0) controller_->stop();
+    if (upTo(2) == 0) app_->applicationWillTerminate();
     startAgain();
   }
   /// The program is gone, and what it had asked or started tells nobody any more; perhaps the power was cut.
   void startAgain() {
     files_.die();
-    controller_.reset();
+    app_.reset();
     defaults_.reset();
     session_.reset();
     requests_.windows.clear();
@@ -169,6 +201,7 @@ class Simulation {
     world_.loop.turn();
     setDisk(Disk::works);
     files_.cutPower(static_cast<FakeFiles::Cut>(upTo(3)));
+    readable_ = readable_ && files_.content(path("runner/status.json"));  // its folder may be gone
     announced_.clear();
     start();
     // What could be saved may be older, but nothing else.
@@ -180,6 +213,12 @@ class Simulation {
     while (!commands_.empty()) completeCommand(0);
     for (std::size_t i = 0; i < world_.tasks.children.size(); ++i)
       if (!isHelper(i)) world_.tasks.end(i, {});
+    world_.loop.turn();
+  }
+
+  void endHelpers() {
+    for (std::size_t i = 0; i < world_.tasks.children.size(); ++i)
+      if (isHelper(i)) world_.tasks.end(i, {TaskEnd::Reason::signalled, SIGTERM, "", ""});
     world_.loop.turn();
   }
 
@@ -212,7 +251,8 @@ class Simulation {
       items += (items.empty() ? "" : ",") + (R"({"task_id":")" + std::to_string(i) + R"(","title":"Pick a date"})");
     }
     writeFile(R"({"schemaVersion":1,"state":"running","pid":)" + std::to_string(::getpid()) + R"(,"updatedAt":")" +
-              formatIso8601(at) + R"(","autoDelegate":true,"attention":[)" + items +
+              formatIso8601(at) + R"(","autoDelegate":true,)" +
+              (upTo(3) == 0 ? "" : R"("tasks":{"running":0},"running":[],)") + R"("attention":[)" + items +
               R"(],"apps":[{"host":"codex","state":")" + kStates[calm ? 0 : upTo(3)] +
               R"("}],"connections":[{"family":"claude","state":"connected"}],"profiles":[{"executorId":)" +
               R"("00000000-0000-4000-8000-000000000001","name":"Codex"}]})");
@@ -304,7 +344,7 @@ class Simulation {
     if (expectedMarks_.empty()) return;
     const std::string key = std::next(expectedMarks_.begin(), upTo(static_cast<int>(expectedMarks_.size())))->first;
     expectMark(key, std::nullopt);
-    controller_->settle(key, std::nullopt);
+    controller().settle(key, std::nullopt);
   }
   void expectMark(const std::string& key, std::optional<bool> hide) {
     const Date now = world_.clock.now();
@@ -325,9 +365,14 @@ class Simulation {
   }
   void completeCommand(std::int32_t code) {
     if (commands_.empty()) return;
-    const auto completed = std::move(commands_.front());
+    const auto [command, completed] = std::move(commands_.front());
     commands_.erase(commands_.begin());
-    world_.loop.post([completed, code] { completed({code, "said"}); });
+    const std::string last = command.arguments.back();
+    if (last == "--in-app" && code == 0) files_.put(path("runner/in-app"), "");
+    if (code != 0 && (last == "--in-app" || last.starts_with("gui/"))) ++expectedErrors_;
+    static const std::vector<std::string> kVersions = {"1.3.9", "1.4.1", "1.4.0", "said", ""};
+    const std::string line = last == "version" ? kVersions[calm_ ? 0 : random_() % kVersions.size()] : "said";
+    world_.loop.post([completed, code, line] { completed({code, line}); });
   }
   void endChild() {
     const auto& children = world_.tasks.children;
@@ -366,6 +411,16 @@ class Simulation {
     const auto& delivered = world_.session.notifications().delivered;
     if (!delivered.empty()) world_.session.notifications().click(delivered[random_() % delivered.size()].action);
   }
+  /// Each of its files is a whole one, and an install that was there is never gone.
+  void checkHelper() {
+    const auto check = [&](const char* name, const std::set<std::string>& allowed) {
+      const auto content = files_.content(path(name));
+      ASSERT_TRUE(content ? allowed.contains(*content) : !wasInstalled_) << name << ": " << content.value_or("gone");
+    };
+    check("root/helper/kestrelune-runner.mjs", {kHelper, kOlder});
+    check("root/node/current/bin/node", {kNode});
+    check("root/bin/kestrelune", {HelperFiles::wrapper(Url::file(path("root")))});
+  }
   /// What a screen in order shows is what was asked for last.
   void checkScreen() {
     if (!screen_.usable()) return;
@@ -390,7 +445,7 @@ class Simulation {
     note();
   }
   void note() {
-    const auto& status = controller_->snapshot().status;
+    const auto& status = controller().snapshot().status;
     if (!status) return;
     std::set<std::string> present;
     for (const Attention& item : status->attention.value_or(std::vector<Attention>{}))
@@ -402,13 +457,18 @@ class Simulation {
   FakeFiles files_;
   Disk disk_ = Disk::works;
   std::mt19937 random_;
-  const bool hosted_;  ///< a panel shows the icon
+  const bool hosted_;        ///< a panel shows the icon
+  const bool wasInstalled_;  ///< a helper was there at first
   SimulatedScreen screen_{world_.loop};
   Requests requests_;
   std::unique_ptr<Defaults> defaults_;
-  std::vector<std::function<void(const HelperCommandResult&)>> commands_;
+  struct Command {
+    HelperCommand command;
+    std::function<void(const HelperCommandResult&)> completed;
+  };
+  std::vector<Command> commands_;
   std::unique_ptr<SimulatedSession> session_;
-  std::unique_ptr<MenuController> controller_;
+  std::unique_ptr<AppDelegate> app_;
   double startedAt_ = 0;  ///< uptime
   SettleMarks expectedMarks_;
   std::set<std::pair<std::string, double>> everMarked_;
@@ -416,6 +476,7 @@ class Simulation {
   std::set<std::string> announced_;
   std::size_t told_ = 0;
   long expectedErrors_ = 0;
+  bool calm_ = false;  ///< the helper tells the truth
   bool readable_ = false;
   bool troubled_ = false;  ///< something of this step may fail
   bool unsaved_ = false;   ///< the last mark may not have reached the disk
@@ -455,7 +516,7 @@ TEST(SimulationTest, WhatItFoundStaysMended) {
     const char* fault;
     std::uint32_t seed;
   };
-  for (const Found& found : {Found{"settings that couldn't be read for a moment counted as damaged", 24}}) {
+  for (const Found& found : {Found{"settings that couldn't be read for a moment counted as damaged", 93}}) {
     SCOPED_TRACE(found.fault);
     if (!holds(found.seed)) return;
   }
