@@ -365,14 +365,14 @@ class Simulation {
   }
   void completeCommand(std::int32_t code) {
     if (commands_.empty()) return;
-    const auto [command, completed] = std::move(commands_.front());
+    const Command asked = std::move(commands_.front());
     commands_.erase(commands_.begin());
-    const std::string last = command.arguments.back();
+    const std::string last = asked.command.arguments.back();
     if (last == "--in-app" && code == 0) files_.put(path("runner/in-app"), "");
     if (code != 0 && (last == "--in-app" || last.starts_with("gui/"))) ++expectedErrors_;
     static const std::vector<std::string> kVersions = {"1.3.9", "1.4.1", "1.4.0", "said", ""};
     const std::string line = last == "version" ? kVersions[calm_ ? 0 : random_() % kVersions.size()] : "said";
-    world_.loop.post([completed, code, line] { completed({code, line}); });
+    world_.loop.post([completed = asked.completed, code, line] { completed({code, line}); });
   }
   void endChild() {
     const auto& children = world_.tasks.children;
