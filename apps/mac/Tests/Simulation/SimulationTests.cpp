@@ -27,7 +27,8 @@ namespace {
 /// The program's own classes, in a world where anything may happen next. A seed replays a run exactly.
 class Simulation {
  public:
-  explicit Simulation(std::uint32_t seed) : random_(seed), hosted_(seed % 2 == 0), wasInstalled_(seed % 3 != 0) {
+  explicit Simulation(std::uint32_t seed)
+      : random_(seed), hosted_(seed % 2 == 0), wasInstalled_(seed % 3 != 0), hadAgent_(seed % 5 == 0) {
     world_.files = &files_;
     files_.alive = {::getpid()};
     files_.putFolder(world_.folder.path());
@@ -44,6 +45,7 @@ class Simulation {
     if (plan == 1) files_.failAt(1 + upTo(80), std::vector{EIO, ENOSPC, EACCES, EMFILE}[random_() % 4]);
     try {
       happen();
+      troubled_ = troubled_ || disk_ != Disk::works;
       world_.loop.turn();
       controller().refresh();
     } catch (const FakeFiles::Crash&) {
@@ -156,7 +158,7 @@ class Simulation {
       files_.put(contents + "Helpers/node-darwin-" + name + "/node", kNode, 0755);
   }
   void putInstalled(const char* helper) {
-    files_.put(path("runner/in-app"), "");
+    files_.put(path(hadAgent_ ? "agent.plist" : "runner/in-app"), "");
     files_.put(path("root/helper/kestrelune-runner.mjs"), helper);
     files_.put(path("root/node/v20/bin/node"), kNode, 0755);
     files_.putLink(path("root/node/current"), "v20");
@@ -203,6 +205,7 @@ class Simulation {
     files_.cutPower(static_cast<FakeFiles::Cut>(upTo(3)));
     readable_ = readable_ && files_.content(path("runner/status.json"));  // its folder may be gone
     announced_.clear();
+    told_ = world_.session.notifications().delivered.size();
     start();
     // What could be saved may be older, but nothing else.
     if (!std::exchange(unsaved_, false)) return;
@@ -459,6 +462,7 @@ class Simulation {
   std::mt19937 random_;
   const bool hosted_;        ///< a panel shows the icon
   const bool wasInstalled_;  ///< a helper was there at first
+  const bool hadAgent_;      ///< it was one that runs by itself
   SimulatedScreen screen_{world_.loop};
   Requests requests_;
   std::unique_ptr<Defaults> defaults_;
