@@ -37,9 +37,9 @@ int textWidth(const QString& text, const QFont& font) { return QFontMetrics(font
 
 MenuRowButton::MenuRowButton(const std::string& title, const std::string& help, QWidget* parent)
     : QPushButton(QString::fromStdString(title).replace('&', "&&"), parent) {
-  setToolTip(QString::fromStdString(help));
+  setToolTip(drawing::plainToolTip(QString::fromStdString(help)));
   setAccessibleName(QString::fromStdString(title));
-  setAccessibleDescription(toolTip());
+  setAccessibleDescription(QString::fromStdString(help));
   setFocusPolicy(Qt::NoFocus);
   setFont(metrics::font(kSmallPoints));
   setCursor(Qt::ArrowCursor);

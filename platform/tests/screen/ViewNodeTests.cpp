@@ -8,10 +8,14 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
+#include <QTextDocument>
 
 #include "screen/Colors.hpp"
 #include "screen/Controls.hpp"
 #include "screen/LongList.hpp"
+#include "screen/MenuRowView.hpp"
+#include "screen/QuestionDialog.hpp"
+#include "screen/StripWindow.hpp"
 #include "screen/WindowHost.hpp"
 
 namespace kestrelune {
@@ -204,6 +208,67 @@ TEST_F(WindowTest, ALongListMakesWidgetsForWhatIsInSightOnly) {
   host->setTree(tree(companion.piece(first - 100, first + 300)));
   QApplication::processEvents();
   EXPECT_EQ(topRow(), top);
+}
+
+constexpr const char* kMarkup = "<b>x</b> &amp; <img src='a'>";
+
+/// What a person reads in its tool tip.
+std::string toolTipOf(const QWidget& widget) {
+  if (!Qt::mightBeRichText(widget.toolTip())) return widget.toolTip().toStdString();
+  QTextDocument rich;
+  rich.setHtml(widget.toolTip());
+  return rich.toPlainText().toStdString();
+}
+
+/// Nothing in it, nor itself, reads markup in a text from outside; `toolTips`: how many say the text.
+void expectPlain(QWidget& shown, std::size_t toolTips, const std::string& name) {
+  SCOPED_TRACE(name);
+  shown.show();
+  shown.grab();
+  QList<QWidget*> all = shown.findChildren<QWidget*>();
+  all.prepend(&shown);
+  std::size_t told = 0;
+  for (const QWidget* each : all) {
+    const auto* label = qobject_cast<const QLabel*>(each);
+    EXPECT_TRUE(!label || label->text().isEmpty() || label->textFormat() == Qt::PlainText);
+    const std::string said = toolTipOf(*each);
+    told += !said.empty();
+    EXPECT_TRUE(said.empty() || said.find(kMarkup) != std::string::npos) << said;
+  }
+  EXPECT_EQ(told, toolTips);
+}
+
+TEST(MarkupTest, IsShownAsItStandsWhereverATextComesFrom) {
+  const std::string text = kMarkup;
+  const ViewNode::Emit emit = [](const ViewEvent&) {};
+  for (int kind = 0; kind <= static_cast<int>(Kind::field); ++kind) {
+    View view{
+        .kind = static_cast<Kind>(kind), .text = text, .detail = text, .help = text, .name = text, .toolTip = text};
+    view.selectable = true;
+    view.children = {{.kind = Kind::option, .key = "a", .text = text, .detail = text}};
+    const auto node = ViewNode::make(view, emit);
+    expectPlain(*node->widget(), 1, "view " + std::to_string(kind));
+  }
+  View narrow{.kind = Kind::text, .text = text, .truncates = true, .width = 20};
+  expectPlain(*ViewNode::make(narrow, emit)->widget(), 1, "a text that is cut");
+
+  for (int form = 0; form <= static_cast<int>(MenuRow::Form::separator); ++form) {
+    MenuRow row{.form = static_cast<MenuRow::Form>(form), .title = text, .subtitle = text, .detail = text};
+    row.toolTip = row.laterTitle = row.laterHelp = row.doneTitle = row.doneHelp = text;
+    MenuRowView view(row, nullptr);
+    expectPlain(view, row.form == MenuRow::Form::attention ? 3 : 1, "row " + std::to_string(form));
+  }
+  MenuRowView cut({.title = text + std::string(200, 'x'), .detail = text}, nullptr);
+  expectPlain(cut, 1, "a row that is cut");
+
+  for (const bool multiline : {false, true}) {
+    const Question::Field field{.text = text, .placeholder = text, .multiline = multiline};
+    QuestionDialog question({.title = text, .text = text, .buttons = {text, text}, .field = field});
+    expectPlain(question, 0, "a question");
+  }
+  StripWindow strip;
+  strip.setLook({.pill = text, .toolTip = text});
+  expectPlain(strip, 1, "the strip");
 }
 
 }  // namespace
