@@ -75,16 +75,27 @@ class Service:
     """The service host, and another one, on https; a plain port 80, to which nobody has a reason to come."""
 
     def __init__(self, host, scratch):
-        self.host, self.asked, self.answers = host, [], {}
-        certificate, key = scratch / "service.pem", scratch / "service.key"
-        release.run("openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-noenc", "-days", "2",
-                    "-subj", "/CN=Service", "-addext", f"subjectAltName=DNS:{host},DNS:{ELSEWHERE}", "-out", certificate, "-keyout", key)
+        self.host, self.scratch, self.asked, self.answers = host, scratch, [], {}
         release.run("mount", "-t", "tmpfs", "none", "/etc/ssl/certs")
-        shutil.copy(certificate, "/etc/ssl/certs/ca-certificates.crt")
-        secure = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
-        secure.load_cert_chain(certificate, key)
+        secure = self.secure = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        self.present(self.certificate("Service", host, ELSEWHERE))
         self._serve(443, secure)
         self._serve(80)
+
+    def certificate(self, name, *hosts, trusted=True):
+        """A certificate for these hosts and its key; trusted: by everything on this stage."""
+        certificate, key = self.scratch / f"{name}.pem", self.scratch / f"{name}.key"
+        release.run("openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-noenc", "-days", "2",
+                    "-subj", f"/CN={name}", "-addext", "subjectAltName=" + ",".join(f"DNS:{host}" for host in hosts),
+                    "-out", certificate, "-keyout", key)
+        if trusted:
+            with open("/etc/ssl/certs/ca-certificates.crt", "ab") as known:
+                known.write(certificate.read_bytes())
+        return certificate, key
+
+    def present(self, certificate):
+        """Shows it to all who come from now on."""
+        self.secure.load_cert_chain(*certificate)
 
     def _serve(self, port, secure=None):
         service = self

@@ -271,6 +271,7 @@ def attacks(stage, good):
         "a file added": (tampered(lambda app: (app / "Contents/new").write_text("")), 1),
         "another team": (signed("TEAM000002"), 1),
         "a foreign chain": (signed("TEAM000001"), 1),
+        "no word of the notary": (tampered(lambda app: release.run(release.HERE / "sign", "--no-notary", stage.build / "seal", stage.keys, app)), 1),
     }
     stage.install(good[41])
     stage.service.publish(good[41])
@@ -286,6 +287,14 @@ def attacks(stage, good):
         equal((stage.installed_build(), stage.files() - KEPT), (41, set()), name)
         equal((len(asked), all((port, at) == (443, host) for port, at, _ in asked)), (downloads, True), f"{name}: {asked}")
     equal([path for path in stage.root.rglob("evil")], [], "what an entry left")
+    own, stranger = stage.scratch / "Service.pem", stage.service.certificate("Stranger", host, trusted=False)
+    for certificate in stranger, stage.service.certificate("Neighbour", ELSEWHERE):
+        stage.service.present(certificate)
+        time.sleep(1)
+        stage.service.asked.clear()
+        time.sleep(2)  # several checks
+        equal(stage.service.asked, [], f"what came to {certificate[0].stem}")
+    stage.service.present((own, own.with_suffix(".key")))
     stage.service.publish(stage.make(99))
     confirmed(stage, 99)
 

@@ -62,7 +62,9 @@ TEST_F(DefaultsTest, TwoProcessesKeepEachOthersChanges) {
 }
 
 TEST_F(DefaultsTest, ADamagedFileIsSetAsideBeforeAnythingIsWritten) {
-  for (const std::string content : {"{\"a\":tr", "[1]", "", "\xff\xfe"}) {
+  const std::string tooLarge = "{\"a\":true}" + std::string(16 << 20, ' ');
+  for (const std::string& content :
+       {std::string("{\"a\":tr"), std::string("[1]"), std::string(), std::string("\xff\xfe"), tooLarge}) {
     files = FakeFiles();
     files.put(kPath, content);
     const auto defaults = open();
@@ -85,12 +87,12 @@ TEST_F(DefaultsTest, AFileThatCantBeReadForTheMomentIsKept) {
     open()->setBoolean("other process", !open()->boolean("other process"));
     files.fault = [&](std::string_view call) { return call.starts_with(hindered) ? EMFILE : 0; };
     EXPECT_TRUE(defaults->boolean("a"));
-    defaults->setBoolean("b", true);
+    defaults->setBoolean(hindered, true);
     EXPECT_FALSE(open()->boolean("a"));
     files.fault = nullptr;
-    defaults->setBoolean("b", true);
+    defaults->setBoolean(hindered, true);
     EXPECT_TRUE(open()->boolean("a"));
-    EXPECT_TRUE(open()->boolean("b"));
+    EXPECT_TRUE(open()->boolean(hindered));
     EXPECT_EQ(files.list("/config/Kestrelune").value.size(), 1u) << "nothing was set aside";
   }
 }

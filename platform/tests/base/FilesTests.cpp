@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <vector>
@@ -41,6 +42,11 @@ TEST(FilesTest, ReadingFilesOfAllKinds) {
   EXPECT_EQ(readFile(files, folder.path("plain"), kLimit).value, std::string("a\0b\xff", 4));
   // Files of the kernel say that they are empty.
   EXPECT_GT(readFile(files, "/proc/self/status", kLimit).value.size(), 100u);
+  EXPECT_EQ(readFile(files, "/proc/self/status", 100).error, EFBIG);
+  FakeFiles watched;
+  watched.put("/large", "xx");
+  EXPECT_EQ(readFile(watched, "/large", 1).error, EFBIG);
+  EXPECT_EQ(std::count(watched.log.begin(), watched.log.end(), "read"), 0) << "none of it";
 }
 
 TEST(FilesTest, FoldersAreMadeWithTheirModeWhateverTheMask) {
@@ -118,7 +124,27 @@ TEST_F(PlacingTest, AFolderThatCannotBeSyncedIsTolerated) {
   }
 }
 
+TEST_F(PlacingTest, ATemporaryFileIsNewAndPrivateFromItsStart) {
+  layOut();
+  std::string temporary;
+  files.fault = [&](std::string_view call) {
+    if (call.starts_with("open /f/.t-")) temporary = call.substr(5);
+    EXPECT_TRUE(call != "write" || files.at(temporary)->mode == 0600);
+    return 0;
+  };
+  EXPECT_EQ(placeFile(files, "/f/name", "new", 0644, ".t-"), 0);
+  EXPECT_NE(temporary, "");
+  files.fault = [&](std::string_view call) {
+    if (call.starts_with("open /f/.t-")) files.putLink(std::string(call.substr(5)), "/f/source");
+    return 0;
+  };
+  EXPECT_EQ(place(false), EEXIST) << "somebody was faster";
+}
+
 TEST(FilesTest, WhetherAProcessIsAlive) {
+  FakeFiles others;
+  others.fault = [](std::string_view) { return EPERM; };
+  EXPECT_TRUE(isAlive(others, 4711)) << "not ours to signal";
   Files& files = systemFiles();
   EXPECT_TRUE(isAlive(files, getpid()));
   EXPECT_TRUE(isAlive(files, 1)) << "another user's process is alive too";

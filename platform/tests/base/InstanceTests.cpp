@@ -5,6 +5,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <future>
 #include <memory>
@@ -12,6 +13,7 @@
 
 #include "Fakes/TestFolder.hpp"
 #include "Fakes/TestLoop.hpp"
+#include "base/Files.hpp"
 
 namespace kestrelune {
 namespace {
@@ -42,6 +44,22 @@ struct InstanceTest : testing::Test {
       return instance.begin(variables, patience);
     });
   }
+  /// Somebody at the other end who says this; nothing: he goes on.
+  Descriptor visitor(std::string_view words) const {
+    Descriptor peer(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    (root + "/menubar.socket").copy(address.sun_path, sizeof address.sun_path - 1);
+    EXPECT_EQ(connect(peer.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(send(peer.number(), words.data(), words.size(), 0), static_cast<ssize_t>(words.size()));
+    if (!words.empty()) shutdown(peer.number(), SHUT_WR);
+    return peer;
+  }
+  bool isSentAway(const Descriptor& peer) {
+    char byte = 0;
+    return serveUntil(*loop, [&] { return recv(peer.number(), &byte, 1, MSG_DONTWAIT) >= 0 || errno != EAGAIN; }) &&
+           byte == 0 && told.empty();
+  }
   Start ended(std::future<Start>& start) {
     EXPECT_TRUE(serveUntil(*loop, [&] { return start.wait_for(0s) == std::future_status::ready; }));
     return start.get();
@@ -60,6 +78,8 @@ TEST_F(InstanceTest, ALaterStartTellsTheFirstWhateverItHolds) {
     EXPECT_EQ(ended(later), Start::told);
     EXPECT_EQ(told, std::vector{variables});
     told.clear();
+    EXPECT_EQ(systemFiles().info(root).value.mode, 0700u);
+    EXPECT_EQ(systemFiles().info(root + "/menubar.socket").value.mode, 0600u);
   }
 }
 
@@ -107,17 +127,30 @@ TEST_F(InstanceTest, WithoutAPlaceForALockItRuns) {
 TEST_F(InstanceTest, WordsThatAreCutOffAreNotHeeded) {
   const auto running = first();
   serve(*running);
-  const Descriptor peer(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  (root + "/menubar.socket").copy(address.sun_path, sizeof address.sun_path - 1);
-  ASSERT_EQ(connect(peer.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  constexpr std::string_view kWords("DISPLAY=:7\0XAUTH", 16);
-  ASSERT_EQ(send(peer.number(), kWords.data(), kWords.size(), 0), static_cast<ssize_t>(kWords.size()));
-  shutdown(peer.number(), SHUT_WR);
-  char byte = 0;
-  ASSERT_TRUE(serveUntil(*loop, [&] { return recv(peer.number(), &byte, 1, MSG_DONTWAIT) == 0; }));
-  EXPECT_TRUE(told.empty());
+  const Descriptor peer = visitor(std::string_view("DISPLAY=:7\0XAUTH", 16));
+  EXPECT_TRUE(isSentAway(peer));
+}
+
+TEST_F(InstanceTest, WordsWithoutAnEndAreNotKept) {
+  const auto running = first();
+  serve(*running);
+  const Descriptor peer = visitor("");
+  const std::string more(8192, 'x');
+  EXPECT_TRUE(serveUntil(*loop, [&] {
+    return send(peer.number(), more.data(), more.size(), MSG_DONTWAIT | MSG_NOSIGNAL) < 0 && errno != EAGAIN;
+  }));
+}
+
+TEST_F(InstanceTest, AnotherAccountIsNotHeeded) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can be somebody else";
+  const auto running = first();
+  serve(*running);
+  // As if all could get there.
+  for (const std::string& path : {folder.path(), root, root + "/menubar.socket"}) systemFiles().chmod(path, 0777);
+  ASSERT_EQ(seteuid(65534), 0);
+  const Descriptor peer = visitor(std::string_view("DISPLAY=:7\0", 12));
+  ASSERT_EQ(seteuid(0), 0);
+  EXPECT_TRUE(isSentAway(peer));
 }
 
 }  // namespace

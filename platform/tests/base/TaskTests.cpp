@@ -84,7 +84,8 @@ TEST_F(TaskTest, EndsCarryReasonStatusAndStreams) {
 }
 
 TEST_F(TaskTest, AChildInheritsNeitherSignalsNorDescriptors) {
-  const int leaked = ::open("/dev/null", O_RDONLY);
+  const int leaked = ::open("/proc/self/status", O_RDONLY), input = ::dup(STDIN_FILENO);
+  ::dup2(leaked, STDIN_FILENO);
   sigset_t blocked, before;
   sigfillset(&blocked);
   pthread_sigmask(SIG_BLOCK, &blocked, &before);
@@ -94,9 +95,11 @@ TEST_F(TaskTest, AChildInheritsNeitherSignalsNorDescriptors) {
   loop = makePollRunLoop();
   launcher = makeTaskLauncher(*loop);
   // The fourth is the one through which the listing itself is read.
-  const TaskEnd listed = run(shell("exec ls /proc/self/fd"));
+  const TaskEnd listed = run(shell("ls /proc/self/fd; cat"));
   signal(SIGPIPE, SIG_DFL);
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  ::dup2(input, STDIN_FILENO);
+  ::close(input);
   ::close(leaked);
 
   EXPECT_NE(got.output.find("SigBlk:\t0000000000000000"), std::string::npos) << got.output;

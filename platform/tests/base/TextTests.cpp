@@ -52,7 +52,7 @@ TEST(Text, RepairKeepsEveryGoodCharacter) {
 }
 
 TEST(Text, FillingNeverReadsArgumentsAsPatterns) {
-  EXPECT_EQ(text::filled("%@: %d %% used", {"%@%d", 5}), "%@%d: 5 % used");
+  EXPECT_EQ(text::filled("%@: %d %% used", {"%@%d%%", 5}), "%@%d%%: 5 % used");
   EXPECT_EQ(text::filled("%d %@ %@", {"a"}), "%d a %@");
   EXPECT_EQ(text::filled("100%", {}), "100%");
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "fetch/Transfer.hpp"
+
 namespace kestrelune::fetch {
 namespace {
 
@@ -22,6 +24,9 @@ TEST(FetchTarget, AsksOnlyHttpsWithoutASignIn) {
   for (const char* address : {"http://host.example", "https://a@host.example", "https://a:b@host.example", "https://",
                               "host.example", "file:///a", ""}) {
     EXPECT_FALSE(isAdmitted(address)) << address;
+    std::string reason;
+    EXPECT_EQ(transfer({.address = address, .limit = 1, .timeout = 1, .wholeTimeout = 1, .output = {}}, reason), 0);
+    EXPECT_EQ(reason, "not an https address") << address;
   }
 }
 

@@ -144,6 +144,7 @@ TEST_F(ScreenLinkTest, DisorderEndsAScreenOnceAndTheNextOneWaits) {
     rig.link.ensure();
     if (row.ready) rig.screen().say(Ready{});
     row.disorder(rig.screen());
+    EXPECT_TRUE(rig.screen().killed) << "at once";
     rig.screen().events.ended();  // the news of its end comes after that
     rig.loop.turn();
     EXPECT_EQ(rig.lost, 1);
