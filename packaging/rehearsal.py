@@ -126,7 +126,8 @@ class Service:
         if isinstance(body, str):
             handler.send_response(302)
             handler.send_header("Location", body)
-            return handler.end_headers()
+            handler.end_headers()
+            return handler.wfile.write(b"moved")
         size = body.stat().st_size if isinstance(body, pathlib.Path) else len(body)
         handler.send_response(200)
         handler.send_header("Content-Length", str(size))

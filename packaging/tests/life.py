@@ -242,9 +242,9 @@ def attacks(stage, good):
                 zipped.writestr(entry, "evil")
         return describe(folder, sha256=release.digest(archive), size=archive.stat().st_size)
 
-    def signed(team):
+    def signed(team, *options):
         def change(app):
-            release.run(release.HERE / "chain", stage.scratch / team, "--team", team)
+            release.run(release.HERE / "chain", stage.scratch / team, "--team", team, *options)
             release.run(release.HERE / "sign", stage.build / "seal", stage.scratch / team, app)
         return tampered(change)
 
@@ -255,6 +255,7 @@ def attacks(stage, good):
         "no manifest": ({}, 0),
         "a manifest elsewhere": (redirected("json", f"https://{ELSEWHERE}"), 0),
         "a manifest by http": (redirected("json", f"http://{host}"), 0),
+        "a manifest that moves for ever": ({MANIFEST_PATH: f"https://{host}/there", "/there": f"https://{host}/there"}, 1),
         "an endless manifest": ({MANIFEST_PATH: endless}, 0),
         "an address elsewhere": (described(url=f"https://{ELSEWHERE}/there.zip"), 0),
         "an older build": (answers(stage.make(40)), 0),
@@ -269,7 +270,7 @@ def attacks(stage, good):
         "an entry that leaves": (tampered(entry="../../evil"), 1),
         "a second application": (tampered(entry="Other.app/Contents/Info.json"), 1),
         "a file added": (tampered(lambda app: (app / "Contents/new").write_text("")), 1),
-        "another team": (signed("TEAM000002"), 1),
+        "another team": (signed("TEAM000002", "--beside", stage.keys), 1),
         "a foreign chain": (signed("TEAM000001"), 1),
         "no word of the notary": (tampered(lambda app: release.run(release.HERE / "sign", "--no-notary", stage.build / "seal", stage.keys, app)), 1),
     }
@@ -295,8 +296,8 @@ def attacks(stage, good):
         time.sleep(2)  # several checks
         equal(stage.service.asked, [], f"what came to {certificate[0].stem}")
     stage.service.present((own, own.with_suffix(".key")))
-    stage.service.publish(stage.make(99))
-    confirmed(stage, 99)
+    stage.service.answers = redirected("zip", f"https://{host}")  # that is followed
+    confirmed(stage, next(numbers) - 1)
 
 
 SCENARIOS = [whole_life, script_stopped_at_each_command, across_file_systems, full_disk, read_only_folder, sleeps, crashes, hangs, never_confirms, is_killed, attacks]

@@ -79,8 +79,10 @@ def changes(app):
         "a folder's rights changed": lambda: (contents / "MacOS").chmod(0o777),
         "a file turned into a link to the same bytes": lambda: program.symlink_to(aside(program)),
         "a link turned outside": lambda: ((contents / "link").unlink(), (contents / "link").symlink_to("../../../etc")),
+        "a link turned elsewhere": lambda: ((contents / "link").unlink(), (contents / "link").symlink_to("Info.json")),
         "a link turned into its file": lambda: ((contents / "link").unlink(), shutil.copy2(program, contents / "link")),
         "a folder turned into a link": lambda: (contents / "MacOS").symlink_to(aside(contents / "MacOS")),
+        "the application turned into a link": lambda: app.symlink_to(aside(app)),
         "a pipe added": lambda: os.mkfifo(contents / "pipe"),
         "the list changed": lambda: (signature / "Files.json").write_bytes((signature / "Files.json").read_bytes() + b" "),
         "the list as a link": lambda: (signature / "Files.json").symlink_to(aside(signature / "Files.json")),
@@ -101,6 +103,8 @@ def attack_files(folder, keys):
         expect("a copy, before: " + name, verify(app, keys)["satisfies"], True)
         changes(app)[name]()
         expect(name, verify(app, keys)["satisfies"], False)
+        if name in ("a pipe added", "a link turned outside"):
+            expect("no list with " + name, subprocess.run([BUILD / "seal", app], capture_output=True).returncode, 1)
     return good
 
 
@@ -122,7 +126,9 @@ def attack_chains(folder, keys, good):
     for name, options in {
         "a leaf without its mark": ["--no-leaf-mark"],
         "an intermediate without its mark": ["--no-intermediate-mark"],
-        "a leaf that isn't for code": ["--no-code-use"],
+        "a leaf that isn't for code": ["--use", ""],
+        "a leaf for servers": ["--use", "serverAuth"],
+        "a leaf that signs no bytes": ["--key-use", "keyAgreement"],
         "another team's leaf": ["--team", "TEAM000002"],
         "an expired leaf": ["--starts", "20200101000000Z", "--ends", "20200201000000Z"],
         "a leaf of the future": ["--starts", "20900101000000Z", "--ends", "20910101000000Z"],
@@ -131,15 +137,8 @@ def attack_chains(folder, keys, good):
         app = bundle(folder / (name + ".app"))
         sign(bad, app)
         expect(name, verify(app, bad)["satisfies"], False)
-
-    app = bundle(folder / "elsewhere.app")
-    sign(other, app)
-    signature = app / "Contents/_CodeSignature"
-    sign(keys, app)
-    mine = signature.joinpath("Signature.cms").read_bytes()
-    sign(other, app)
-    (signature / "Signature.cms").write_bytes(mine)
-    expect("a foreign notary counts for nothing", verify(app, keys)["satisfies"], True)
+    sign(keys, app, "--digest", "sha1")
+    expect("a weak digest", verify(app, keys)["satisfies"], False)
 
 
 def attack_replays(folder, keys, good):
@@ -155,15 +154,24 @@ def attack_replays(folder, keys, good):
 
 
 def judge_by_the_notary_s_time(folder):
-    """A leaf that ends while this runs."""
-    ends = time.time() + 4
-    keys = chain(folder / "short", "--ends", time.strftime("%Y%m%d%H%M%SZ", time.gmtime(ends)))
-    apps = [bundle(folder / name) for name in ("notarized.app", "plain.app")]
-    sign(keys, apps[0])
-    sign(keys, apps[1], "--no-notary")
-    expect("a short leaf, in its time", [verify(app, keys)["satisfies"] for app in apps], [True, True])
+    """Leaves that end while this runs: only the notary's own word outlives them."""
+    ends = time.time() + 8
+    short = ("--ends", time.strftime("%Y%m%d%H%M%SZ", time.gmtime(ends)))
+    keys = chain(folder / "short", *short)
+    own = chain(folder / "own", *short, "--notary-by", "intermediate")
+    unmarked = chain(folder / "unmarked", *short, "--no-notary-mark")
+    apps = {}
+    for name, using, *options in ("notarized", keys), ("plain", keys, "--no-notary"), ("own", own), ("unmarked", unmarked), ("foreign", keys):
+        app = bundle(folder / (name + ".app"))
+        sign(using, app, *options)
+        apps[app] = using
+    maker = app / "Contents/_CodeSignature/Signature.cms"
+    mine = maker.read_bytes()
+    sign(folder / "other", app)
+    maker.write_bytes(mine)
+    expect("a short leaf, in its time", [verify(*pair)["satisfies"] for pair in apps.items()], [True] * 5)
     time.sleep(max(0, ends + 2 - time.time()))
-    expect("a short leaf, after its time", [verify(app, keys)["satisfies"] for app in apps], [True, False])
+    expect("a short leaf, after its time", [verify(*pair)["satisfies"] for pair in apps.items()], [True] + [False] * 4)
     late = bundle(folder / "late.app")
     sign(keys, late)
     expect("a notary who came too late", verify(late, keys)["satisfies"], False)

@@ -56,8 +56,6 @@ std::optional<Requirement> understood(std::string_view text) {
 }
 
 std::string contentOf(Files& files, const std::string& path, std::size_t limit) {
-  const auto info = files.linkInfo(path);
-  if (!info || info.value.kind != FileInfo::Kind::regular) return "";
   return readFile(files, path, limit).value;
 }
 

@@ -30,8 +30,8 @@ std::string part(const Parsed& url, CURLUPart which) {
 }
 
 bool isAdmitted(const Parsed& url) {
-  return url && part(url, CURLUPART_SCHEME) == "https" && !part(url, CURLUPART_HOST).empty() &&
-         part(url, CURLUPART_USER).empty() && part(url, CURLUPART_PASSWORD).empty();
+  return url && part(url, CURLUPART_SCHEME) == "https" && part(url, CURLUPART_USER).empty() &&
+         part(url, CURLUPART_PASSWORD).empty();
 }
 
 }  // namespace

@@ -72,6 +72,7 @@ long transfer(const Order& order, std::string& reason) {
     if (left <= 0) break;
     curl_easy_setopt(handle.get(), CURLOPT_TIMEOUT, left);
     curl_easy_setopt(handle.get(), CURLOPT_URL, address.c_str());
+    sink.left = order.limit;  // a redirect may bring words of its own
     if (const CURLcode code = curl_easy_perform(handle.get()); code != CURLE_OK) {
       reason = curl_easy_strerror(code);
       return 0;

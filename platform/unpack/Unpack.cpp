@@ -39,7 +39,6 @@ std::string reasonOf(archive* object) {
 std::string refusal(archive_entry* entry) {
   const char* name = archive_entry_pathname(entry);
   if (!name || !isInside(name)) return "a path that leads outside";
-  if (archive_entry_hardlink(entry)) return "a hard link";
   if ((archive_entry_perm(entry) & ~kOrdinary) != 0) return "a file with special rights";
   const std::string path = name;
   switch (archive_entry_filetype(entry)) {

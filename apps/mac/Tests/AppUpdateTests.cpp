@@ -418,6 +418,12 @@ TEST_F(AppUpdateTest, AnotherCompanionIsLeftToItsWork) {
   EXPECT_EQ(made.phase(), Phase::idle);
 }
 
+TEST_F(AppUpdateTest, ALinkIsNoApplication) {
+  world.folder.write("staged/__MACOSX/a", "");
+  std::filesystem::create_directory_symlink("__MACOSX", world.folder.path("staged/Kestrelune.app"));
+  EXPECT_FALSE(AppUpdateFiles(systemFiles(), world.folder.url()).singleApp(world.folder.url("staged")));
+}
+
 TEST_F(AppUpdateTest, StopsItsTimersAndForgetsWhatComesLate) {
   auto& made = make();
   toDownload();

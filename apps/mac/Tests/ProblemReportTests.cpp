@@ -50,6 +50,7 @@ TEST(ProblemPlan, AReportNeverLeadsOutOfTheReportsFolder) {
     EXPECT_EQ(folder(path), "none") << path;
   }
   EXPECT_FALSE(ProblemPlan::reportFolder(std::nullopt, reports));
+  EXPECT_FALSE(ProblemPlan::reportFolder(ProblemRecord{.folder = "reports/x"}, Url::file("reports"))) << "no full path";
 }
 
 TEST(ProblemPlan, ARecordOfTheLimitCountsAsNone) {

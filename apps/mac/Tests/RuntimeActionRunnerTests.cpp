@@ -116,9 +116,11 @@ TEST_F(ActionRunnerTest, HelperCommandsGoWithoutAShell) {
   }
   const std::size_t started = tasks.children.size();
   for (const Action& refused : {Action::shareTool("other", true), Action::workers("antigravity"),
-                                Action::readOnly("app:codex"), Action::editProfile("x"), Action::signIn("nobody")})
+                                Action::readOnly("app:codex"), Action::editProfile("x"), Action::signIn("nobody"),
+                                Action::updateApp("x; y"), Action::openLink("file:///etc/passwd")})
     runner.perform(refused);
   EXPECT_EQ(tasks.children.size(), started);
+  EXPECT_TRUE(session.terminal().commands.empty() && session.workspace().links.empty());
   EXPECT_TRUE(session.alert().asked.empty());
 }
 

@@ -42,6 +42,7 @@ TEST_F(WindowModelTest, OfTwoLoadsTheLaterToFinishWinsAndAThirdEndsTheOldest) {
   model->loadHistory();
   model->loadHistory();
   EXPECT_EQ(world.tasks.commandLine(1), world.folder.path("root/bin/kestrelune") + " tasks --json");
+  EXPECT_LE(world.tasks.children[1]->request.captureLimit, 256u << 20);
   answer(1, tasksAnswer("second"));
   EXPECT_EQ(firstTask(), "second");
   answer(0, tasksAnswer("first"));

@@ -135,9 +135,8 @@ TEST_F(InstanceTest, WordsWithoutAnEndAreNotKept) {
   const auto running = first();
   serve(*running);
   const Descriptor peer = visitor("");
-  const std::string more(8192, 'x');
   EXPECT_TRUE(serveUntil(*loop, [&] {
-    return send(peer.number(), more.data(), more.size(), MSG_DONTWAIT | MSG_NOSIGNAL) < 0 && errno != EAGAIN;
+    return send(peer.number(), std::string(8192, 'x').data(), 8192, MSG_DONTWAIT | MSG_NOSIGNAL) < 0 && errno != EAGAIN;
   }));
 }
 

@@ -16,13 +16,13 @@ TEST(FetchTarget, FollowsARedirectOnlyWithinItsHost) {
         "https://host.example.evil/a", "https://evil@host.example/a", "https://host.example@evil.example/a",
         "file:///etc/passwd", "ftp://host.example/a", "/relative", ""})
     EXPECT_FALSE(redirect(from, to)) << to;
-  EXPECT_FALSE(redirect("http://host.example/", "https://host.example/"));
+  EXPECT_FALSE(redirect("http://host.example:443/", "https://host.example/"));
 }
 
 TEST(FetchTarget, AsksOnlyHttpsWithoutASignIn) {
   EXPECT_TRUE(isAdmitted("https://host.example"));
-  for (const char* address : {"http://host.example", "https://a@host.example", "https://a:b@host.example", "https://",
-                              "host.example", "file:///a", ""}) {
+  for (const char* address : {"http://host.example", "https://a@host.example", "https://a:b@host.example",
+                              "https://:b@host.example", "https://", "host.example", "file:///a", ""}) {
     EXPECT_FALSE(isAdmitted(address)) << address;
     std::string reason;
     EXPECT_EQ(transfer({.address = address, .limit = 1, .timeout = 1, .wholeTimeout = 1, .output = {}}, reason), 0);

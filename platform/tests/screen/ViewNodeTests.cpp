@@ -8,7 +8,7 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
-#include <QTextDocument>
+#include <QTextDocumentFragment>
 
 #include "screen/Colors.hpp"
 #include "screen/Controls.hpp"
@@ -214,10 +214,8 @@ constexpr const char* kMarkup = "<b>x</b> &amp; <img src='a'>";
 
 /// What a person reads in its tool tip.
 std::string toolTipOf(const QWidget& widget) {
-  if (!Qt::mightBeRichText(widget.toolTip())) return widget.toolTip().toStdString();
-  QTextDocument rich;
-  rich.setHtml(widget.toolTip());
-  return rich.toPlainText().toStdString();
+  const QString tip = widget.toolTip();
+  return (Qt::mightBeRichText(tip) ? QTextDocumentFragment::fromHtml(tip).toPlainText() : tip).toStdString();
 }
 
 /// Nothing in it, nor itself, reads markup in a text from outside; `toolTips`: how many say the text.
@@ -246,8 +244,7 @@ TEST(MarkupTest, IsShownAsItStandsWhereverATextComesFrom) {
         .kind = static_cast<Kind>(kind), .text = text, .detail = text, .help = text, .name = text, .toolTip = text};
     view.selectable = true;
     view.children = {{.kind = Kind::option, .key = "a", .text = text, .detail = text}};
-    const auto node = ViewNode::make(view, emit);
-    expectPlain(*node->widget(), 1, "view " + std::to_string(kind));
+    expectPlain(*ViewNode::make(view, emit)->widget(), 1, "view " + std::to_string(kind));
   }
   View narrow{.kind = Kind::text, .text = text, .truncates = true, .width = 20};
   expectPlain(*ViewNode::make(narrow, emit)->widget(), 1, "a text that is cut");
@@ -258,14 +255,9 @@ TEST(MarkupTest, IsShownAsItStandsWhereverATextComesFrom) {
     MenuRowView view(row, nullptr);
     expectPlain(view, row.form == MenuRow::Form::attention ? 3 : 1, "row " + std::to_string(form));
   }
-  MenuRowView cut({.title = text + std::string(200, 'x'), .detail = text}, nullptr);
-  expectPlain(cut, 1, "a row that is cut");
-
-  for (const bool multiline : {false, true}) {
-    const Question::Field field{.text = text, .placeholder = text, .multiline = multiline};
-    QuestionDialog question({.title = text, .text = text, .buttons = {text, text}, .field = field});
-    expectPlain(question, 0, "a question");
-  }
+  const Question::Field field{.text = text, .placeholder = text};
+  QuestionDialog question({.title = text, .text = text, .buttons = {text, text}, .field = field});
+  expectPlain(question, 0, "a question");
   StripWindow strip;
   strip.setLook({.pill = text, .toolTip = text});
   expectPlain(strip, 1, "the strip");

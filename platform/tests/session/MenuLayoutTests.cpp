@@ -4,6 +4,8 @@
 
 #include <set>
 
+#include "base/Text.hpp"
+
 namespace kestrelune {
 namespace {
 
@@ -33,6 +35,8 @@ TEST(MenuLayoutTest, LabelsAreWholeLinesThatHostsTakeAsTheyStand) {
                                          {"zero", std::string("a\0b", 3), "", "a\uFFFDb"},
                                          {"broken", "a\xFF", "", "a\xEF\xBF\xBD"},
                                          {"long", std::string(10'000, 'x'), "", std::string(199, 'x') + "…"},
+                                         {"marks", 'a' + text::replacedAll(std::string(9000, 'x'), "x", "\u0301"), "",
+                                          'a' + text::replacedAll(std::string(3999, 'x'), "x", "\u0301") + "\uFFFD"},
                                          {"just not long", std::string(199, 'x'), "", std::string(199, 'x')}}) {
     SCOPED_TRACE(row.name);
     EXPECT_EQ(exportedLabel(row.title, row.detail), row.label);

@@ -74,7 +74,7 @@ TEST_F(StatusItemPresenterTest, SaysItsLookAndSignalsOnlyWhatChanged) {
            {"nothing", [](StatusItemLook&) {}, {}},
            {"dot", [](StatusItemLook& l) { l.dot.red = 208; }, {"NewIcon"}},
            {"tool tip", [](StatusItemLook& l) { l.toolTip = "t"; }, {"NewToolTip"}},
-           {"pill", [](StatusItemLook& l) { l.pill = std::string("<a>\0b", 5); }, {"NewToolTip", "XAyatanaNewLabel"}},
+           {"pill", [](StatusItemLook& l) { l.pill = std::string("<a>&\0b", 6); }, {"NewToolTip", "XAyatanaNewLabel"}},
            {"tone", [](StatusItemLook& l) { l.tone = StatusItemLook::PillTone::done; }, {}},
            {"words", [](StatusItemLook& l) { l.accessibilityLabel = "a"; }, {"NewTitle"}}}) {
     SCOPED_TRACE(row.name);
@@ -85,7 +85,7 @@ TEST_F(StatusItemPresenterTest, SaysItsLookAndSignalsOnlyWhatChanged) {
     std::erase(host->signals, "PropertiesChanged");
     EXPECT_EQ(host->signals, row.signals);
   }
-  EXPECT_EQ(host->text("XAyatanaLabel"), "<a>\uFFFDb");
+  EXPECT_EQ(host->text("XAyatanaLabel"), "<a>&\uFFFDb");
   const BusMessage tip = host->property("ToolTip");
   const char *icon = nullptr, *title = nullptr, *text = nullptr;
   sd_bus_message_enter_container(tip.get(), 'v', "(sa(iiay)ss)");
@@ -94,7 +94,7 @@ TEST_F(StatusItemPresenterTest, SaysItsLookAndSignalsOnlyWhatChanged) {
   sd_bus_message_skip(tip.get(), "a(iiay)");
   ASSERT_GT(sd_bus_message_read(tip.get(), "ss", &title, &text), 0);
   EXPECT_STREQ(title, "t");
-  EXPECT_STREQ(text, "&lt;a&gt;\uFFFDb");
+  EXPECT_STREQ(text, "&lt;a&gt;&amp;\uFFFDb");
 }
 
 TEST_F(StatusItemPresenterTest, IsShownWhereThereIsAPlaceAtThisMoment) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Fakes/TestFolder.hpp"
+#include "base/Text.hpp"
 
 namespace kestrelune::unpack {
 namespace {
@@ -64,16 +65,19 @@ TEST(Unpack, KeepsRightsAndLinks) {
   EXPECT_EQ(std::filesystem::read_symlink(app + "/Contents/deep/link"), "../run");
 }
 
+TEST(Unpack, PathsLeadDownwardsOnly) {
+  for (const char* path : {"a", "a/", "a/..b/c", "\xc3\xbc"}) EXPECT_TRUE(isInside(path)) << path;
+  for (const char* path : {"", "/", "/a", "a//b", ".", "a/.", "..", "../a", "a/../b", "a\\b", "a\xff"})
+    EXPECT_FALSE(isInside(path)) << path;
+}
+
 TEST(Unpack, RefusesWhatLeavesTheFolder) {
   const struct {
     const char* name;
     std::vector<Entry> entries;
   } rows[] = {
       {"upwards", {{"../evil", "x"}}},
-      {"upwards from within", {{"a/../../evil", "x"}}},
       {"absolute", {{"/tmp/evil-kestrelune", "x"}}},
-      {"an empty piece", {{"a//b", "x"}}},
-      {"a backslash", {{"..\\evil", "x"}}},
       {"a link outside", {{"l", "../evil", AE_IFLNK}}},
       {"an absolute link", {{"l", "/etc", AE_IFLNK}}},
       {"a link outside by a detour", {{"a/l", "b/../../../evil", AE_IFLNK}}},
@@ -81,7 +85,6 @@ TEST(Unpack, RefusesWhatLeavesTheFolder) {
       {"a file over a link", {{"d", "", AE_IFREG}, {"l", "d", AE_IFLNK}, {"l", "x"}}},
       {"the same file twice", {{"a", "x"}, {"a", "y"}}},
       {"special rights", {{"a", "x", AE_IFREG, 04755}}},
-      {"a pipe", {{"a", "", AE_IFIFO}}},
   };
   for (const auto& row : rows) {
     Scratch scratch;
@@ -95,6 +98,14 @@ TEST(Unpack, EndsAtItsLimits) {
   EXPECT_NE(Scratch().run({{"a", zeros}, {"b", zeros}}, {.bytes = (2 << 20) - 1}), "");
   EXPECT_EQ(Scratch().run({{"a", zeros}, {"b", zeros}}, {.bytes = 2 << 20}), "");
   EXPECT_NE(Scratch().run({{"a", ""}, {"b", ""}, {"c", ""}}, {.entries = 2}), "");
+  Scratch modest;  // in what it tells
+  modest.run({{"a", zeros}});
+  std::string bytes = modest.folder.read("a.zip");
+  for (const std::size_t told : {bytes.find("PK\3\4") + 22, bytes.rfind("PK\1\2") + 24})
+    bytes.replace(told, 4, std::string(4, '\0'));
+  modest.folder.write("a.zip", bytes);
+  std::filesystem::create_directory(modest.folder.path("other"));
+  EXPECT_EQ(unpack(modest.folder.path("a.zip"), modest.folder.path("other"), {.bytes = 65536}), "too much to unpack");
 }
 
 TEST(Unpack, ADamagedArchiveIsAFailure) {
@@ -103,13 +114,17 @@ TEST(Unpack, ADamagedArchiveIsAFailure) {
   const std::string whole = scratch.folder.read("a.zip");
   std::string boasting = whole;  // of 2 GB in "b"
   boasting.replace(whole.rfind("PK\1\2") + 24, 4, "\xff\xff\xff\x7f");
-  const std::vector<std::string> damaged = {"", "no archive", whole.substr(0, whole.size() / 2),
-                                            whole.substr(0, whole.size() - 30), boasting};
+  std::string padded = whole;  // to 16 bytes in "b"
+  padded[whole.rfind("PK\1\2") + 24] = 16;
+  const std::string sockets = text::replacedAll(whole, "\xa4\x81", "\xa4\xc1");  // by their modes
+  const std::vector<std::string> damaged = {
+      "",     "no archive", whole.substr(0, whole.size() / 2), whole.substr(0, whole.size() - 30), boasting,
+      padded, sockets};
   for (const std::string& bytes : damaged) {
     const TestFolder other;
     std::filesystem::create_directory(other.path("out"));
     other.write("a.zip", bytes);
-    EXPECT_NE(unpack(other.path("a.zip"), other.path("out"), {.bytes = 1 << 20}), "") << bytes.size();
+    EXPECT_NE(unpack(other.path("a.zip"), other.path("out"), {.bytes = 1 << 20}), "") << &bytes - damaged.data();
     EXPECT_TRUE(!other.has("out/b") || std::filesystem::file_size(other.path("out/b")) < 5000);
   }
 }

@@ -83,7 +83,7 @@ std::optional<Url> reportFolder(const std::optional<ProblemRecord>& record, cons
   if (!record || !record->folder || !record->folder->starts_with('/')) return std::nullopt;
   const Url folder = Url::file(*record->folder).standardized();
   const std::string prefix = reports.standardized().path() + "/";
-  if (!folder.path().starts_with(prefix) || folder.path().find("/../") != std::string::npos) return std::nullopt;
+  if (!folder.path().starts_with(prefix)) return std::nullopt;
   return folder;
 }
 
