@@ -62,9 +62,8 @@ TEST_F(DefaultsTest, TwoProcessesKeepEachOthersChanges) {
 }
 
 TEST_F(DefaultsTest, ADamagedFileIsSetAsideBeforeAnythingIsWritten) {
-  const std::string tooLarge = "{\"a\":true}" + std::string(16 << 20, ' ');
-  for (const std::string& content :
-       {std::string("{\"a\":tr"), std::string("[1]"), std::string(), std::string("\xff\xfe"), tooLarge}) {
+  for (const std::string& content : {std::string("{\"a\":tr"), std::string("[1]"), std::string(),
+                                     std::string("\xff\xfe"), "{\"a\":true}" + std::string(16 << 20, ' ')}) {
     files = FakeFiles();
     files.put(kPath, content);
     const auto defaults = open();
