@@ -246,8 +246,8 @@ TEST_F(ActionRunnerTest, TheTerminalGetsItsCommandIntact) {
   ActionRunner& runner = make();
   runner.perform(Action::signIn("claude"));
   runner.perform(Action::updateApp("codex"));
-  session.alert().answers.push_back({.button = 0});
-  runner.perform(Action::setup());
+  session.alert().answers = {{.button = 1}, {.button = 0}};
+  for (int i = 0; i < 2; ++i) runner.perform(Action::setup());
   loop.turn();
   EXPECT_EQ(session.terminal().commands,
             (std::vector<std::string>{"claude auth login", "~/.kestrelune/bin/kestrelune update-app codex",
