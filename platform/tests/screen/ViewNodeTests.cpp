@@ -221,10 +221,8 @@ std::string toolTipOf(const QWidget& widget) {
 /// Nothing in it, nor itself, reads markup in a text from outside; `toolTips`: how many say the text.
 void expectPlain(QWidget& shown, std::size_t toolTips, const std::string& name) {
   SCOPED_TRACE(name);
-  shown.show();
   shown.grab();
-  QList<QWidget*> all = shown.findChildren<QWidget*>();
-  all.prepend(&shown);
+  const QList<QWidget*> all = shown.findChildren<QWidget*>() << &shown;
   std::size_t told = 0;
   for (const QWidget* each : all) {
     const auto* label = qobject_cast<const QLabel*>(each);
@@ -242,7 +240,6 @@ TEST(MarkupTest, IsShownAsItStandsWhereverATextComesFrom) {
   for (int kind = 0; kind <= static_cast<int>(Kind::field); ++kind) {
     View view{
         .kind = static_cast<Kind>(kind), .text = text, .detail = text, .help = text, .name = text, .toolTip = text};
-    view.selectable = true;
     view.children = {{.kind = Kind::option, .key = "a", .text = text, .detail = text}};
     expectPlain(*ViewNode::make(view, emit)->widget(), 1, "view " + std::to_string(kind));
   }
