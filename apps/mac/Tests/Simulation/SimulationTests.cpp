@@ -84,8 +84,10 @@ class Simulation {
     calm_ = true;
     endAllElse();
     if (!controller().setup().payload()) startAgain();
+    for (int i = 0; i < 8; ++i) endAllElse();
+    ASSERT_FALSE(controller().setup().busy()) << "the setup never ends";
     controller().setup().setup();
-    for (int i = 0; i < 4; ++i) world_.loop.turn(), endAllElse();
+    for (int i = 0; i < 8; ++i) endAllElse();
     ASSERT_EQ(files_.content(path("root/helper/kestrelune-runner.mjs")), kHelper) << "the helper can't be placed";
     const bool ran = runningHelpers() == 1;
     ASSERT_TRUE(controller().background().restart());
@@ -213,6 +215,7 @@ class Simulation {
     for (const auto& [key, mark] : expectedMarks_) ASSERT_TRUE(everMarked_.contains({key, mark.until})) << key;
   }
   void endAllElse() {
+    world_.loop.turn();
     while (!commands_.empty()) completeCommand(0);
     for (std::size_t i = 0; i < world_.tasks.children.size(); ++i)
       if (!isHelper(i)) world_.tasks.end(i, {});
