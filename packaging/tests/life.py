@@ -101,8 +101,9 @@ def sleeps(stage, good):
     stage.start()
     for what, come in {"what the archive holds": lambda: "staged-42" in stage.files(), "the other build": lambda: stage.installed_build() == 42}.items():
         wait_for(what, come)
+        everything = stage.processes()  # asked once: one that was just forked may have become another program when it stops
         for number in signal.SIGSTOP, signal.SIGCONT:
-            for pid in stage.processes():
+            for pid in everything:
                 with contextlib.suppress(ProcessLookupError):
                     os.kill(pid, number)
             time.sleep(8 if number == signal.SIGSTOP else 0)
@@ -326,6 +327,7 @@ def main():
                     traceback.print_exc(file=sys.stdout)
                     failed += 1
                     print(f"FAILED {name}: {stage.files()} {stage.service.asked[-5:]}", flush=True)
+                    subprocess.run(["ps", "-eo", "pid,ppid,stat,args"])
     if counts:
         counts.write_text(f"{passed} {failed}\n")
     print(f"updates: {passed} passed, {failed} failed")
