@@ -38,6 +38,7 @@ struct TaskRequest {
   Stream output = Stream::null;
   Stream errors = Stream::null;
   bool errorsJoinOutput = false;  ///< standard error goes where standard output goes
+  bool detached = false;          ///< leads a session of its own, too: what befalls ours doesn't reach it
   int outputDescriptor = -1;      ///< for `Stream::file`; stays the caller's
   int passedDescriptor = -1;      ///< the child has it as `kPassedDescriptor`; stays the caller's; -1: none
   std::size_t captureLimit =

@@ -111,7 +111,7 @@ int addStreams(Plan& plan, const Streams& streams, const TaskRequest& request) {
   return error;
 }
 
-int setAttributes(Plan& plan) {
+int setAttributes(Plan& plan, bool detached) {
   sigset_t all, none;
   // Not sigfillset: that leaves out two real-time signals of the C library's own, which the child then ignores.
   std::memset(&all, 0xff, sizeof all);
@@ -119,9 +119,10 @@ int setAttributes(Plan& plan) {
   int error = posix_spawnattr_setsigdefault(&plan.attributes, &all);
   if (error == 0) error = posix_spawnattr_setsigmask(&plan.attributes, &none);
   if (error == 0) error = posix_spawnattr_setpgroup(&plan.attributes, 0);
+  const int leads = detached ? POSIX_SPAWN_SETSID : POSIX_SPAWN_SETPGROUP;
   if (error == 0)
     error = posix_spawnattr_setflags(&plan.attributes,
-                                     POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP);
+                                     static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | leads));
   return error;
 }
 
@@ -158,7 +159,7 @@ Outcome<Child> start(const TaskRequest& request) {
   if (error == 0) error = addStreams(plan, streams, request);
   if (error == 0 && !request.folder.empty())
     error = posix_spawn_file_actions_addchdir_np(&plan.actions, request.folder.c_str());
-  if (error == 0) error = setAttributes(plan);
+  if (error == 0) error = setAttributes(plan, request.detached);
   if (error == 0) error = spawnProcess(request, plan, child.pid);
   if (error != 0) return {{}, error};
 

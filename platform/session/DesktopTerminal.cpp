@@ -83,6 +83,7 @@ void DesktopTerminal::tryNext(const std::shared_ptr<Attempt>& attempt) {
         emulator, terminal_plan::shellArguments(attempt->shell, attempt->marker, attempt->command));
     request.environment = environment_;
     request.folder = system::homeFolder().path();
+    request.detached = true;
     const auto child =
         launcher_.launch(request, lifetime_.guarded([this, attempt](const TaskEnd& end) { ended(attempt, end); }));
     if (child.value) return;  // it goes on without us

@@ -57,6 +57,7 @@ TaskRequest DesktopWorkspace::request(const std::string& tool, std::vector<std::
   request.arguments = std::move(arguments);
   request.environment = environment_;
   request.folder = home_;
+  request.detached = true;
   return request;
 }
 

@@ -177,6 +177,7 @@ TEST_F(AppUpdateTest, GoesFromCheckToSwapAndQuits) {
   EXPECT_EQ(buildAt("apps/Kestrelune.app"), kOffered);
   EXPECT_EQ(buildAt("root/app-update/previous-41.app"), kInstalled);
   EXPECT_TRUE(world.loop.stopped());
+  EXPECT_TRUE(world.tasks.children[0]->request.detached) << "goes on whatever befalls this session";
   EXPECT_EQ(world.tasks.commandLine(0), "/bin/sh " + update + "/watchdog.sh 4711 " +
                                             world.folder.path("apps/Kestrelune.app") + " " + update +
                                             "/previous-41.app " + update + " 42");

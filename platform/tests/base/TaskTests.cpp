@@ -122,6 +122,12 @@ TEST_F(TaskTest, AChildLeadsItsOwnGroupInItsFolderWithItsEnvironment) {
   EXPECT_EQ(end->output, folder.path() + "\nthis||a b|$x\"\n'`\ntyped\n" + pid + "\n" + pid + "\n");
 }
 
+TEST_F(TaskTest, ADetachedChildLeadsItsOwnSession) {
+  TaskRequest request = shell("[ $(cut -d' ' -f6 /proc/$$/stat) = $$ ]");
+  request.detached = true;
+  EXPECT_EQ(run(request).status, 0);
+}
+
 TEST_F(TaskTest, OnlyThePassedDescriptorIsPassedOn) {
   int ends[2];
   ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);

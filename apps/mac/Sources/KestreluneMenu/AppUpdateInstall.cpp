@@ -87,6 +87,7 @@ void AppSelfUpdater::placeWatchdog() const {
 bool AppSelfUpdater::startWatchdog(const Url& backup, std::int64_t build) {
   TaskRequest script;
   script.executable = "/bin/sh";
+  script.detached = true;
   script.arguments = {files_.watchdogURL().path(), std::to_string(outside_.pid), installed_->url.path(), backup.path(),
                       files_.directory().path(),   std::to_string(build)};
   return static_cast<bool>(outside_.tasks.launch(script, [](const TaskEnd&) {}));
