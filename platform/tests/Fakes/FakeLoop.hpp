@@ -53,6 +53,8 @@ class FakeLoop final : public RunLoop {
   void stop() override { stopped_ = true; }
 
   bool stopped() const { return stopped_; }
+  /// Whether it was stopped since the last time.
+  bool takeStop() { return std::exchange(stopped_, false); }
   std::size_t timerCount() const {
     std::size_t count = 0;
     for (const auto& timer : timers_) count += timer.expired() ? 0 : 1;

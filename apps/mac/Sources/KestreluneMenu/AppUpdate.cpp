@@ -50,12 +50,14 @@ void AppSelfUpdater::reportIn() {
   files_.removeTemporaries();
   removeTree(outside_.files, AppUpdateFiles::wayURL(installed_->url).path());
   AppUpdateState state = files_.read();
-  const auto rolledBack = files_.takeRolledBack();
-  bool confirms = false;
-  if (rolledBack) {
-    state.skippedBuild = rolledBack;
+  files_.takeRolledBack([this, &state](std::int64_t build) {
+    state.skippedBuild = build;
     state.pending.reset();
-  } else if (state.pending && state.pending->toBuild == installed_->build) {
+    refused_.insert(build);  // also if that can't be written now
+    files_.write(state);
+  });
+  bool confirms = false;
+  if (state.pending && state.pending->toBuild == installed_->build) {
     state.pending.reset();
     confirms = true;
   } else if (state.pending && outside_.clock.now().seconds - state.pending->startedAt > kPendingSeconds) {

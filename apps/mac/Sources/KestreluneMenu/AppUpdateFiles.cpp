@@ -109,16 +109,18 @@ void AppUpdateFiles::removeTemporaries() const {
     if (name.starts_with(kTemporary)) files_.unlink(directory_.appending(name).path());
 }
 
-std::optional<std::int64_t> AppUpdateFiles::takeRolledBack() const {
+void AppUpdateFiles::takeRolledBack(const std::function<void(std::int64_t build)>& remember) const {
   const std::string path = directory_.appending("rolled-back").path();
   const auto content = readFile(files_, path, kLargestState);
-  if (!content || !text::isValidUtf8(content.value)) return std::nullopt;
-  files_.unlink(path);
+  if (!content || !text::isValidUtf8(content.value)) return;
   const std::string number = text::trimmed(content.value);
   std::int64_t build = 0;
   const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), build);
-  if (error != std::errc{} || end != number.data() + number.size()) return std::nullopt;
-  return build;
+  try {
+    if (error == std::errc{} && end == number.data() + number.size()) remember(build);
+    files_.unlink(path);
+  } catch (const RuntimeError&) {
+  }
 }
 
 void AppUpdateFiles::clean(std::optional<std::int64_t> keeping) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -74,8 +75,9 @@ class AppUpdateFiles {
   void placeTool(const Url& source) const;
   /// Removes what a run that was killed while it placed something has left. Failures are passed over.
   void removeTemporaries() const;
-  /// Reads and removes the watchdog's mark that a build was rolled back.
-  std::optional<std::int64_t> takeRolledBack() const;
+  /// Gives the build that the watchdog has marked as rolled back to `remember`, and then removes the mark, so that a
+  /// stop in between loses nothing. It stays when that throws a `RuntimeError`; a damaged one just goes.
+  void takeRolledBack(const std::function<void(std::int64_t build)>& remember) const;
   /// Removes archives, unpacked releases and failed builds, except those of one build. Failures are passed over.
   void clean(std::optional<std::int64_t> keeping) const;
   /// Whether there is anything that `removeBackups` removes.

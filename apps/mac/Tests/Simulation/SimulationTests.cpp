@@ -14,9 +14,11 @@
 #include <vector>
 
 #include "App.hpp"
+#include "AppUpdateTimes.hpp"
 #include "Fakes/FakeFiles.hpp"
 #include "Fakes/World.hpp"
 #include "Simulation/SimulatedSession.hpp"
+#include "Simulation/SimulatedUpdates.hpp"
 #include "Strings.hpp"
 #include "base/Digest.hpp"
 #include "base/Json.hpp"
@@ -32,28 +34,26 @@ class Simulation {
     world_.files = &files_;
     files_.alive = {::getpid()};
     files_.putFolder(world_.folder.path());
-    putCarried();
+    files_.exchanges = seed % 7 != 0;
+    if (seed % 11 == 0) files_.mount = "/apps";
     if (wasInstalled_) putInstalled(seed % 3 == 1 ? kOlder : kHelper);
     start();
   }
 
   /// Whatever happens next. The program may be stopped before any of its calls on files, or one of them may fail.
   void step() {
-    const int plan = upTo(20);
-    troubled_ = plan < 2 || disk_ != Disk::works || !files_.content(path("root/bin/kestrelune"));
-    if (plan == 0) files_.crashAt(1 + upTo(80));
-    if (plan == 1) files_.failAt(1 + upTo(80), std::vector{EIO, ENOSPC, EACCES, EMFILE}[random_() % 4]);
+    troubled_ = planTrouble(20, 80) || disk_ != Disk::works || !files_.content(path("root/bin/kestrelune"));
     try {
       happen();
       troubled_ = troubled_ || disk_ != Disk::works;
       world_.loop.turn();
       controller().refresh();
+      adoptScript();
+      if (world_.loop.takeStop()) quit();
     } catch (const FakeFiles::Crash&) {
-      startAgain();
-      expectedErrors_ = errors();  // who is gone tells nothing
+      startAgain(upTo(2) == 0);
     }
-    files_.failAt(0, 0);
-    files_.crashAt(0);
+    endTrouble();
   }
 
   /// What holds after each step, whatever it was.
@@ -61,6 +61,7 @@ class Simulation {
     world_.loop.turn();
     controller().refresh();
     world_.loop.turn();
+    if (updates_.scriptGivesUp()) startAgain(false);
     ASSERT_LE(runningHelpers(), 1) << "two helpers at a time";
     ASSERT_EQ(marks(), expectedMarks_) << "a mark was lost";
     // What couldn't be started or placed says so.
@@ -69,11 +70,14 @@ class Simulation {
                                          << (requests_.asked.empty() ? "" : requests_.asked.back().text);
     ASSERT_EQ(controller().snapshot().status.has_value(), readable_ && disk_ != Disk::noDescriptors)
         << "a status was hidden";
-    for (const char* name : {"runner/menubar.json", "defaults.json"}) {
+    for (const char* name : {"runner/menubar.json", "defaults.json", "root/app-update/state.json"}) {
       ASSERT_NO_THROW(Json::parse(files_.content(path(name)).value_or("{}"))) << name << " was half written";
     }
     checkHelper();
-    ASSERT_EQ(files_.openDescriptors(), 0u);
+    ASSERT_NE(updates_.installed(), 0) << "what stands in the application's place isn't whole";
+    const auto phase = controller().appUpdater().phase();
+    const bool updates = phase > AppSelfUpdater::Phase::checking;
+    ASSERT_EQ(files_.openDescriptors(), updates ? 1u : 0u);  // its claim
     checkNotices();
     checkScreen();
   }
@@ -83,12 +87,14 @@ class Simulation {
     setDisk(Disk::works);
     calm_ = true;
     endAllElse();
-    if (!controller().setup().payload()) startAgain();
+    if (!controller().setup().payload()) startAgain(false);
     for (int i = 0; i < 8; ++i) endAllElse();
     ASSERT_FALSE(controller().setup().busy()) << "the setup never ends";
     controller().setup().setup();
     for (int i = 0; i < 8; ++i) endAllElse();
     ASSERT_EQ(files_.content(path("root/helper/kestrelune-runner.mjs")), kHelper) << "the helper can't be placed";
+    update();
+    if (testing::Test::HasFailure()) return;
     const bool ran = runningHelpers() == 1;
     ASSERT_TRUE(controller().background().restart());
     if (ran) endHelpers();
@@ -111,10 +117,10 @@ class Simulation {
   }
 
  private:
-  static constexpr char kApp[] = "/app", kHelper[] = "the helper", kOlder[] = "an older one", kNode[] = "a runtime";
+  static constexpr char kHelper[] = "the helper", kOlder[] = "an older one", kNode[] = "a runtime";
 
   void happen() {
-    switch (upTo(28)) {
+    switch (upTo(34)) {
       case 0: return writeStatus(world_.clock.now() - 600);
       case 1: return writeFile(R"({"schemaVersion":1,"pid":)");
       case 2: return removeStatus();
@@ -144,20 +150,36 @@ class Simulation {
       case 22: return world_.loop.standStill(upTo(300));
       case 23: return upTo(4) == 0 ? controller().setup().setup() : controller().setup().checkForUpdates();
       case 24: return upTo(2) == 0 && wasInstalled_ ? putInstalled(kOlder) : void();  // by a hand of its own
+      case 25: return updates_.publish(updates_.offered() + 1);
+      case 26: return upTo(4) == 0 ? updates_.killScript() : void();
+      case 27:
+      case 28:
+      case 29: return driveUpdate();
       default: return writeStatus(world_.clock.now());
     }
   }
 
+  /// One of the next calls on files may be the last one, or fail. True if so.
+  bool planTrouble(int odds, int calls) {
+    const int plan = upTo(odds);
+    if (plan == 0) files_.crashAt(1 + upTo(calls));
+    if (plan == 1) files_.failAt(1 + upTo(calls), std::vector{EIO, ENOSPC, EACCES, EMFILE}[random_() % 4]);
+    return plan < 2;
+  }
+  void endTrouble() {
+    files_.failAt(0, 0);
+    files_.crashAt(0);
+  }
+
   MenuController& controller() { return *app_->controller(); }
 
-  /// The application carries a helper and the runtimes for it.
-  void putCarried() {
-    const std::string contents = std::string(kApp) + "/Contents/";
-    files_.put(contents + "Info.json", R"({"KestreluneHelperVersion":"1.4.0","KestreluneHelperSHA256":")" +
-                                           sha256(kHelper) + R"(","KestreluneNodeVersion":"v22.1.0"})");
-    files_.put(contents + "Resources/helper/kestrelune-runner.mjs", kHelper);
-    for (const char* name : {"arm64", "x64"})
-      files_.put(contents + "Helpers/node-darwin-" + name + "/node", kNode, 0755);
+  /// Each build carries a helper and the runtimes for it.
+  static std::map<std::string, std::string> carried() {
+    return {{"Info.json", R"("KestreluneHelperVersion":"1.4.0","KestreluneHelperSHA256":")" + sha256(kHelper) +
+                              R"(","KestreluneNodeVersion":"v22.1.0")"},
+            {"Resources/helper/kestrelune-runner.mjs", kHelper},
+            {"Helpers/node-darwin-arm64/node", kNode},
+            {"Helpers/node-darwin-x64/node", kNode}};
   }
   void putInstalled(const char* helper) {
     files_.put(path(hadAgent_ ? "agent.plist" : "runner/in-app"), "");
@@ -178,23 +200,27 @@ class Simulation {
                     .session = *session_,
                     .defaults = *defaults_,
                     .http = world_.http,
-                    .bundle = Bundle(files_, Url::file(kApp)),
+                    .bundle = Bundle(files_, Url::file(SimulatedUpdates::kPlace)),
+                    .signature = updates_.signature(),
                     .pid = 4711,
                     .output = [](const std::string&) {}};
     outside.execute = [this](const HelperCommand& command, double, const auto& completed) {
       commands_.push_back({command, completed});
     };
     app_ = std::make_unique<AppDelegate>(world_.configuration(), std::move(outside), std::vector<std::string>{});
-    app_->applicationDidFinishLaunching();
     startedAt_ = world_.clock.uptime();
+    running_ = updates_.installed();
+    app_->applicationDidFinishLaunching();
   }
   void quit() {
     if (upTo(2) == 0) app_->applicationWillTerminate();
-    startAgain();
+    startAgain(upTo(4) == 0);
   }
   /// The program is gone, and what it had asked or started tells nobody any more; perhaps the power was cut.
-  void startAgain() {
+  void startAgain(bool cutsPower) {
     files_.die();
+    adoptScript();
+    world_.loop.takeStop();
     app_.reset();
     defaults_.reset();
     session_.reset();
@@ -203,16 +229,74 @@ class Simulation {
     endAllElse();
     for (std::size_t i = 0; i < world_.tasks.children.size(); ++i) world_.tasks.end(i, {});
     world_.loop.turn();
+    world_.http.asked.clear();
     setDisk(Disk::works);
-    files_.cutPower(static_cast<FakeFiles::Cut>(upTo(3)));
+    // What a move does in two folders is one transaction on a disk: no cut forgets one half of it.
+    using Cut = FakeFiles::Cut;
+    const bool moved = updates_.installed() != running_;
+    const Cut lost = moved || upTo(2) == 0 ? Cut::losesContents : Cut::losesNames;
+    files_.cutPower(cutsPower ? lost : Cut::losesNothing);
+    if (cutsPower) updates_.killScript();
+    putInPlace();
     readable_ = readable_ && files_.content(path("runner/status.json"));  // its folder may be gone
     announced_.clear();
     told_ = world_.session.notifications().delivered.size();
-    start();
+    if (!calm_) planTrouble(8, 100);
+    try {
+      start();
+    } catch (const FakeFiles::Crash&) {
+      return startAgain(cutsPower);
+    }
+    endTrouble();
+    expectedErrors_ = errors();  // who is gone tells nothing
     // What could be saved may be older, but nothing else.
     if (!std::exchange(unsaved_, false)) return;
     expectedMarks_ = marks();
     for (const auto& [key, mark] : expectedMarks_) ASSERT_TRUE(everMarked_.contains({key, mark.until})) << key;
+  }
+  void adoptScript() {
+    if (!updates_.adoptScript(world_.tasks)) return;
+    ASSERT_FALSE(requests_.windows.contains("setup")) << "the program was replaced while it was in use";
+  }
+  /// What script and launcher do before the next start.
+  void putInPlace() {
+    const bool rollsBack =
+        updates_.scriptGivesUp() || (updates_.scriptRuns() && !SimulatedUpdates::isGood(updates_.installed()));
+    ASSERT_TRUE(updates_.installed() != 0 || !files_.exchanges) << "no application at a moment where one could be";
+    ASSERT_NE(updates_.installed(), updates_.rolledBack()) << "a build that was rolled back is there again";
+    if (rollsBack) updates_.rollBack(upTo(8));
+    updates_.launch();
+    ASSERT_NE(updates_.installed(), 0) << "no application is left";
+    if (!SimulatedUpdates::isGood(updates_.installed())) updates_.install(41);  // whose script was killed
+    files_.cutPower(FakeFiles::Cut::losesNothing);
+  }
+  /// A newer build comes, and nothing is left of what was before.
+  void update() {
+    std::int64_t next = updates_.offered() + 1;
+    if (!SimulatedUpdates::isGood(next)) ++next;
+    updates_.publish(next);
+    startAgain(false);
+    for (int i = 0; i < 20 && updates_.installed() != next; ++i) {
+      if (screen_.usable() && screen_.windows().contains("setup")) screen_.close("setup");
+      if (updates_.isAsked())
+        updates_.answer(SimulatedUpdates::Answer::right);
+      else
+        world_.loop.pass(AppUpdateTimes::kFirstCheck);
+      writeStatus(world_.clock.now(), true);
+      controller().refresh();
+      endAllElse();
+    }
+    ASSERT_EQ(updates_.installed(), next);
+    startAgain(false);
+    world_.loop.pass(AppUpdateTimes::kConfirmation + 1);
+    ASSERT_FALSE(updates_.scriptRuns()) << "a good build isn't confirmed";
+    world_.loop.pass(60);
+    // What a script that was killed has left goes ten minutes after the next start.
+    if (!updates_.leftovers().empty()) {
+      startAgain(false);
+      world_.loop.pass(600);
+    }
+    ASSERT_EQ(updates_.leftovers(), std::vector<std::string>{});
   }
   void endAllElse() {
     world_.loop.turn();
@@ -374,10 +458,11 @@ class Simulation {
     const Command asked = std::move(commands_.front());
     commands_.erase(commands_.begin());
     const std::string last = asked.command.arguments.back();
+    const std::string said = updates_.tool(asked.command, code == 0);
     if (last == "--in-app" && code == 0) files_.put(path("runner/in-app"), "");
     if (code != 0 && (last == "--in-app" || last.starts_with("gui/"))) ++expectedErrors_;
-    static const std::vector<std::string> kVersions = {"1.3.9", "1.4.1", "1.4.0", "said", ""};
-    const std::string line = last == "version" ? kVersions[calm_ ? 0 : random_() % kVersions.size()] : "said";
+    static const std::vector<std::string> kVersions = {"1.3.9", "1.4.1", "1.4.0", "x", ""};
+    const std::string line = last == "version" ? kVersions[calm_ ? 0 : random_() % kVersions.size()] : said;
     world_.loop.post([completed = asked.completed, code, line] { completed({code, line}); });
   }
   void endChild() {
@@ -413,6 +498,22 @@ class Simulation {
                          [&](const Question& question) { return question.title == title; });
   }
 
+  /// The next steps of an update, each mostly as it should be.
+  void driveUpdate() {
+    for (int left = upTo(8); left >= 0 && !world_.loop.stopped(); --left) {
+      const bool well = upTo(8) != 0;
+      const bool ready = controller().appUpdater().phase() == AppSelfUpdater::Phase::ready;
+      if (updates_.isAsked())
+        updates_.answer(static_cast<SimulatedUpdates::Answer>(well ? 0 : upTo(4)));
+      else if (!commands_.empty())
+        completeCommand(well ? 0 : 1);
+      else if (ready)
+        return world_.loop.pass(AppUpdateTimes::kQuietPeriod);
+      else if (world_.clock.uptime() < startedAt_ + AppUpdateTimes::kFirstCheck)
+        world_.loop.pass(AppUpdateTimes::kFirstCheck);
+      world_.loop.turn();
+    }
+  }
   void clickNotification() {
     const auto& delivered = world_.session.notifications().delivered;
     if (!delivered.empty()) world_.session.notifications().click(delivered[random_() % delivered.size()].action);
@@ -461,6 +562,8 @@ class Simulation {
 
   World world_;
   FakeFiles files_;
+  SimulatedUpdates updates_{world_.loop, files_, world_.http, path("root/app-update"), carried()};
+  std::int64_t running_ = 0;  ///< the build that was started
   Disk disk_ = Disk::works;
   std::mt19937 random_;
   const bool hosted_;        ///< a panel shows the icon
@@ -483,7 +586,7 @@ class Simulation {
   std::set<std::string> announced_;
   std::size_t told_ = 0;
   long expectedErrors_ = 0;
-  bool calm_ = false;  ///< the helper tells the truth
+  bool calm_ = false;  ///< all is well outside
   bool readable_ = false;
   bool troubled_ = false;  ///< something of this step may fail
   bool unsaved_ = false;   ///< the last mark may not have reached the disk
@@ -523,7 +626,8 @@ TEST(SimulationTest, WhatItFoundStaysMended) {
     const char* fault;
     std::uint32_t seed;
   };
-  for (const Found& found : {Found{"settings that couldn't be read for a moment counted as damaged", 93}}) {
+  for (const Found& found : {Found{"settings that couldn't be read for a moment counted as damaged", 12},
+                             Found{"a stop at start forgot that a build had been rolled back", 351}}) {
     SCOPED_TRACE(found.fault);
     if (!holds(found.seed)) return;
   }
