@@ -123,10 +123,13 @@ TEST_F(InstanceTest, WithoutAPlaceForALockItRuns) {
   EXPECT_EQ(first()->begin({}, 0), Start::first);
 }
 
-TEST_F(InstanceTest, WordsThatAreCutOffAreNotHeeded) {
-  const auto running = first();
-  serve(*running);
-  EXPECT_TRUE(isSentAway(visitor(std::string_view("DISPLAY=:7\0XAUTH", 16))));
+TEST_F(InstanceTest, WordsThatAreCutOffOrNeverComeAreNotHeeded) {
+  for (const std::string_view words : {std::string_view("DISPLAY=:7\0XAUTH", 16), std::string_view()}) {
+    loop = makePollRunLoop();
+    const auto running = first();
+    serve(*running);
+    EXPECT_TRUE(isSentAway(visitor(words)));
+  }
 }
 
 TEST_F(InstanceTest, WordsWithoutAnEndAreNotKept) {
