@@ -50,12 +50,7 @@ void AppSelfUpdater::reportIn() {
   files_.removeTemporaries();
   removeTree(outside_.files, AppUpdateFiles::wayURL(installed_->url).path());
   AppUpdateState state = files_.read();
-  files_.takeRolledBack([this, &state](std::int64_t build) {
-    state.skippedBuild = build;
-    state.pending.reset();
-    refused_.insert(build);  // also if that can't be written now
-    files_.write(state);
-  });
+  noteRollback(state);
   bool confirms = false;
   if (state.pending && state.pending->toBuild == installed_->build) {
     state.pending.reset();
@@ -71,6 +66,15 @@ void AppSelfUpdater::reportIn() {
       if (!files_.read().pending) files_.removeBackups();
     });
   }
+}
+
+void AppSelfUpdater::noteRollback(AppUpdateState& state) {
+  files_.takeRolledBack([this, &state](std::int64_t build) {
+    state.skippedBuild = build;
+    state.pending.reset();
+    refused_.insert(build);  // also if that can't be written now
+    files_.write(state);
+  });
 }
 
 void AppSelfUpdater::confirm() {

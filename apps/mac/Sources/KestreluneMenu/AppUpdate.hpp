@@ -56,6 +56,7 @@ class AppSelfUpdater {
   using Step = void (AppSelfUpdater::*)();
 
   void reportIn();
+  void noteRollback(AppUpdateState& state);
   void confirm();
   std::optional<std::string> requirementForUpdates();
   void setTimers();
