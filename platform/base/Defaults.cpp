@@ -23,12 +23,6 @@ using Identity = std::tuple<std::uint64_t, std::uint64_t, std::uint64_t, std::in
 
 bool isAbsent(int error) { return error == ENOENT || error == ENOTDIR; }
 
-/// The moment's fault rather than the file's, which is perhaps sound.
-bool mayPass(int error) {
-  return error == EMFILE || error == ENFILE || error == ENOMEM || error == EAGAIN || error == EINTR || error == EIO ||
-         error == ESTALE || error == ETIMEDOUT;
-}
-
 class FileDefaults final : public Defaults {
  public:
   FileDefaults(Files& files, std::string path) : files_(files), path_(std::move(path)) { readIfChanged(); }

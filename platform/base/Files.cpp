@@ -95,6 +95,11 @@ bool isAlive(Files& files, pid_t pid) {
   return error == 0 || error == EPERM;
 }
 
+bool mayPass(int error) {
+  return error == EMFILE || error == ENFILE || error == ENOMEM || error == EAGAIN || error == EINTR || error == EIO ||
+         error == ESTALE || error == ETIMEDOUT;
+}
+
 Outcome<std::string> readFile(Files& files, const std::string& path, std::size_t limit) {
   const Outcome<int> descriptor = files.open(path, O_RDONLY | O_NONBLOCK, 0);
   if (!descriptor) return {{}, descriptor.error};

@@ -74,6 +74,9 @@ Files& systemFiles();
 /// A process that exists, whether or not it is ours to signal.
 bool isAlive(Files& files, pid_t pid);
 
+/// Whether an error number tells of the moment rather than of the file, which is perhaps sound.
+bool mayPass(int error);
+
 /// The whole file. EFBIG, without having read it, when it is larger than `limit`; EISDIR for a folder, EINVAL for
 /// anything else that isn't a regular file. Never waits for a writer.
 Outcome<std::string> readFile(Files& files, const std::string& path, std::size_t limit);

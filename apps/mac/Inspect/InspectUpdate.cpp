@@ -43,7 +43,8 @@ Json verify(const Arguments& arguments) {
 /// What is remembered in the folder; an empty state for a missing or damaged file.
 Json updateState(const Arguments& arguments) {
   arguments.requireWords(1, 1);
-  const AppUpdateState state = AppUpdateFiles(systemFiles(), Url::file(arguments.words()[0])).read();
+  const AppUpdateState state =
+      AppUpdateFiles(systemFiles(), Url::file(arguments.words()[0])).read().value_or(AppUpdateState{});
   return toJson(state);
 }
 

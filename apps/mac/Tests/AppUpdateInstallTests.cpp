@@ -91,7 +91,7 @@ struct Account {
     files.put(kFolder + "/rolled-back", "30\n");
     files.put(kFolder + "/confirmed-42", "");
   }
-  AppUpdateState state() { return AppUpdateFiles(files, Url::file(kFolder)).read(); }
+  AppUpdateState state() { return AppUpdateFiles(files, Url::file(kFolder)).read().value(); }
   bool isMarked() const { return files.content(kFolder + "/rolled-back").has_value(); }
 
   FakeFiles files;

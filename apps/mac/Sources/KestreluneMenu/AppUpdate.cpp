@@ -10,6 +10,7 @@ namespace kestrelune {
 namespace {
 
 constexpr double kPendingSeconds = 600;
+constexpr double kReadAgainSeconds = 5;
 constexpr double kScriptSeconds = 60;  ///< far more than the script needs to see a confirmation
 constexpr double kStaleSeconds = 600;  ///< longer than any script lives
 
@@ -49,21 +50,26 @@ void AppSelfUpdater::reportIn() {
   if (!installed_ || configuration_.dryRun) return;
   files_.removeTemporaries();
   removeTree(outside_.files, AppUpdateFiles::wayURL(installed_->url).path());
-  AppUpdateState state = files_.read();
-  noteRollback(state);
-  bool confirms = false;
-  if (state.pending && state.pending->toBuild == installed_->build) {
-    state.pending.reset();
-    confirms = true;
-  } else if (state.pending && outside_.clock.now().seconds - state.pending->startedAt > kPendingSeconds) {
-    state.pending.reset();
+  auto state = files_.read();
+  if (!state) {
+    // What is perhaps sound isn't written over.
+    confirmation_ = outside_.loop.after(kReadAgainSeconds, [this] { reportIn(); });
+    return;
   }
-  writeQuietly(state);
+  noteRollback(*state);
+  bool confirms = false;
+  if (state->pending && state->pending->toBuild == installed_->build) {
+    state->pending.reset();
+    confirms = true;
+  } else if (state->pending && outside_.clock.now().seconds - state->pending->startedAt > kPendingSeconds) {
+    state->pending.reset();
+  }
+  writeQuietly(*state);
   if (confirms) confirmation_ = outside_.loop.after(AppUpdateTimes::kConfirmation, [this] { confirm(); });
   // A script that was killed leaves them, and a build that was put aside keeps a package from bringing a newer one.
-  if (!confirms && !state.pending && files_.hasBackups()) {
+  if (!confirms && !state->pending && files_.hasBackups()) {
     confirmation_ = outside_.loop.after(kStaleSeconds, [this] {
-      if (!files_.read().pending) files_.removeBackups();
+      if (const auto now = files_.read(); now && !now->pending) files_.removeBackups();
     });
   }
 }

@@ -46,15 +46,15 @@ void AppSelfUpdater::check() {
 
 void AppSelfUpdater::checked(const std::optional<HttpResponse>& response) {
   const auto release = releaseOf(response);
-  const AppUpdateState state = files_.read();
+  const auto state = files_.read();
   const auto system = AppUpdatePolicy::systemVersion(system::systemVersion());
-  if (!release || refused_.contains(release->build) || !system ||
-      !AppUpdatePolicy::wants(*release, *installed_, state.skippedBuild, *system)) {
+  if (!release || !state || refused_.contains(release->build) || !system ||
+      !AppUpdatePolicy::wants(*release, *installed_, state->skippedBuild, *system)) {
     return backToIdle();
   }
   if (!AppUpdatePolicy::replaceable(installed_->url, outside_.files)) {
     backToIdle();
-    return askForManualUpdate(*release, state);
+    return askForManualUpdate(*release, *state);
   }
   download(*release);
 }

@@ -57,13 +57,14 @@ std::unique_ptr<AppUpdateFiles::Claim> AppUpdateFiles::claim() const {
   return nullptr;
 }
 
-AppUpdateState AppUpdateFiles::read() const {
+std::optional<AppUpdateState> AppUpdateFiles::read() const {
   const auto text = readFile(files_, directory_.appending("state.json").path(), kLargestState);
-  if (!text) return {};
+  if (mayPass(text.error)) return std::nullopt;
+  AppUpdateState state;
+  if (!text) return state;
   try {
     const Json json = Json::parse(text.value);
     requireObject(json);
-    AppUpdateState state;
     std::int64_t version = 0;
     decodeMember(json, "schemaVersion", version);
     decodeMember(json, "skippedBuild", state.skippedBuild);
@@ -74,7 +75,7 @@ AppUpdateState AppUpdateFiles::read() const {
     }
     return version == kSchemaVersion ? state : AppUpdateState{};
   } catch (const JsonError&) {
-    return {};
+    return AppUpdateState{};
   }
 }
 

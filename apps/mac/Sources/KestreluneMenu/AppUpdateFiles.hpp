@@ -65,8 +65,8 @@ class AppUpdateFiles {
   void prepare() const;
   /// The right to handle archives and applications in this folder; null while another process has it.
   std::unique_ptr<Claim> claim() const;
-  /// A missing, damaged or unknown state is the empty one.
-  AppUpdateState read() const;
+  /// A missing, damaged or unknown state is the empty one; absent: it can't be read for the moment.
+  std::optional<AppUpdateState> read() const;
   /// Throws `RuntimeError::posix`.
   void write(const AppUpdateState& state) const;
   /// Places a small file of this folder whole. Throws `RuntimeError::posix`.

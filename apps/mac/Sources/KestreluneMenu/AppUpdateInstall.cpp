@@ -58,7 +58,7 @@ void AppSelfUpdater::install() {
   phase_ = Phase::installing;
   const Staged staged = *staged_;
   const Url backup = files_.backupURL(installed_->build);
-  AppUpdateState state = files_.read();
+  AppUpdateState state = files_.read().value_or(AppUpdateState{});
   noteRollback(state);  // the mark that could not be noted at the start would be taken for one of the new build
   state.pending.reset();
   const AppUpdateState before = state;
