@@ -269,15 +269,19 @@ int FakeFiles::fsync(int descriptor) {
 }
 
 int FakeFiles::close(int descriptor) {
-  // Called by destructors, through which nothing may be thrown; a crash before the next call comes to the same.
-  if (calls_ + 1 == crashAt_) ++crashAt_;
+  // A lock is given back by a destructor, which can't throw; a crash before the next call comes to the same.
+  const auto found = descriptors_.find(descriptor);
+  if (found != descriptors_.end() && found->second.locked && calls_ + 1 == crashAt_) ++crashAt_;
   const int error = step("close");
   return descriptors_.erase(descriptor) == 0 ? EBADF : error;
 }
 
 int FakeFiles::lock(int descriptor) {
   const int error = step("lock");
-  return descriptors_.contains(descriptor) ? error : EBADF;
+  const auto found = descriptors_.find(descriptor);
+  if (found == descriptors_.end()) return EBADF;
+  found->second.locked = error == 0;
+  return error;
 }
 
 Outcome<FileInfo> FakeFiles::descriptorInfo(int descriptor) {

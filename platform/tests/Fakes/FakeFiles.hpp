@@ -102,6 +102,7 @@ class FakeFiles final : public Files {
     NodePointer node;
     std::size_t offset = 0;
     bool appends = false;
+    bool locked = false;
   };
 
   int step(const std::string& what);
