@@ -50,13 +50,12 @@ void AppSelfUpdater::reportIn() {
   if (!installed_ || configuration_.dryRun) return;
   files_.removeTemporaries();
   removeTree(outside_.files, AppUpdateFiles::wayURL(installed_->url).path());
-  auto state = files_.read();
+  auto state = currentState();
   if (!state) {
     // What is perhaps sound isn't written over.
     confirmation_ = outside_.loop.after(kReadAgainSeconds, [this] { reportIn(); });
     return;
   }
-  noteRollback(*state);
   bool confirms = false;
   if (state->pending && state->pending->toBuild == installed_->build) {
     state->pending.reset();
@@ -74,13 +73,14 @@ void AppSelfUpdater::reportIn() {
   }
 }
 
-void AppSelfUpdater::noteRollback(AppUpdateState& state) {
-  files_.takeRolledBack([this, &state](std::int64_t build) {
-    state.skippedBuild = build;
-    state.pending.reset();
-    refused_.insert(build);  // also if that can't be written now
-    files_.write(state);
-  });
+std::optional<AppUpdateState> AppSelfUpdater::currentState() const {
+  auto state = files_.read();
+  const auto note = [&](std::int64_t build) {
+    state->skippedBuild = build;
+    state->pending.reset();
+    files_.write(*state);
+  };
+  return state && files_.takeRolledBack(note) ? state : std::nullopt;
 }
 
 void AppSelfUpdater::confirm() {

@@ -56,7 +56,8 @@ class AppSelfUpdater {
   using Step = void (AppSelfUpdater::*)();
 
   void reportIn();
-  void noteRollback(AppUpdateState& state);
+  /// What is remembered, a rollback since included. Absent: that can't be known or noted for the moment.
+  std::optional<AppUpdateState> currentState() const;
   void confirm();
   std::optional<std::string> requirementForUpdates();
   void setTimers();

@@ -46,7 +46,7 @@ void AppSelfUpdater::check() {
 
 void AppSelfUpdater::checked(const std::optional<HttpResponse>& response) {
   const auto release = releaseOf(response);
-  const auto state = files_.read();
+  const auto state = currentState();
   const auto system = AppUpdatePolicy::systemVersion(system::systemVersion());
   if (!release || !state || refused_.contains(release->build) || !system ||
       !AppUpdatePolicy::wants(*release, *installed_, state->skippedBuild, *system)) {

@@ -110,17 +110,20 @@ void AppUpdateFiles::removeTemporaries() const {
     if (name.starts_with(kTemporary)) files_.unlink(directory_.appending(name).path());
 }
 
-void AppUpdateFiles::takeRolledBack(const std::function<void(std::int64_t build)>& remember) const {
+bool AppUpdateFiles::takeRolledBack(const std::function<void(std::int64_t build)>& remember) const {
   const std::string path = directory_.appending("rolled-back").path();
   const auto content = readFile(files_, path, kLargestState);
-  if (!content || !text::isValidUtf8(content.value)) return;
+  if (!content) return !mayPass(content.error);
+  if (!text::isValidUtf8(content.value)) return true;
   const std::string number = text::trimmed(content.value);
   std::int64_t build = 0;
   const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), build);
   try {
     if (error == std::errc{} && end == number.data() + number.size()) remember(build);
     files_.unlink(path);
+    return true;
   } catch (const RuntimeError&) {
+    return false;
   }
 }
 

@@ -76,8 +76,9 @@ class AppUpdateFiles {
   /// Removes what a run that was killed while it placed something has left. Failures are passed over.
   void removeTemporaries() const;
   /// Gives the build that the watchdog has marked as rolled back to `remember`, and then removes the mark, so that a
-  /// stop in between loses nothing. It stays when that throws a `RuntimeError`; a damaged one just goes.
-  void takeRolledBack(const std::function<void(std::int64_t build)>& remember) const;
+  /// stop in between loses nothing; a damaged one just goes. False: the mark stays, since it can't be read for the
+  /// moment or `remember` threw a `RuntimeError`.
+  bool takeRolledBack(const std::function<void(std::int64_t build)>& remember) const;
   /// Removes archives, unpacked releases and failed builds, except those of one build. Failures are passed over.
   void clean(std::optional<std::int64_t> keeping) const;
   /// Whether there is anything that `removeBackups` removes.

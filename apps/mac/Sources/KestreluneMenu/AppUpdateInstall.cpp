@@ -59,7 +59,6 @@ void AppSelfUpdater::install() {
   const Staged staged = *staged_;
   const Url backup = files_.backupURL(installed_->build);
   AppUpdateState state = files_.read().value_or(AppUpdateState{});
-  noteRollback(state);  // the mark that could not be noted at the start would be taken for one of the new build
   state.pending.reset();
   const AppUpdateState before = state;
   removeTree(outside_.files, backup.path());
