@@ -59,9 +59,9 @@ class Simulation {
   /// What holds after each step, whatever it was.
   void check() {
     world_.loop.turn();
+    if (updates_.scriptGivesUp()) startAgain(false);
     controller().refresh();
     world_.loop.turn();
-    if (updates_.scriptGivesUp()) startAgain(false);
     ASSERT_LE(runningHelpers(), 1) << "two helpers at a time";
     ASSERT_EQ(marks(), expectedMarks_) << "a mark was lost";
     // What couldn't be started or placed says so.
