@@ -89,8 +89,8 @@ void runCommand(benchmark::State& state) {
   const std::string lines = std::to_string(state.range(0));
   for (auto unused : state) {
     const auto loop = makePollRunLoop();
-    HelperCommandRunner::executor (*loop)({"/usr/bin/seq", {lines}, {}}, 10,
-                                          [&](const HelperCommandResult&) { loop->stop(); });
+    const ExecuteCommand execute = HelperCommandRunner(*loop).executor();
+    execute({"/usr/bin/seq", {lines}, {}}, 10, [&](const HelperCommandResult&) { loop->stop(); });
     loop->run();
   }
 }

@@ -159,7 +159,7 @@ class Companion {
                    {true, true},
                    "en"};
   ActivationToken activation_{clock_};
-  ScreenAlert alert_{loop_, link_};
+  ScreenAlert alert_{loop_, link_, activation_};
   ScreenWindows windows_{loop_, clock_, link_, activation_};
 };
 

@@ -32,7 +32,7 @@ PATIENCE = float(os.environ.get("KESTRELUNE_TEST_PATIENCE", "1"))
 DISPLAY_OPTIONS = ["-screen", "0", "1280x800x24", "-nolisten", "tcp", "-noreset"]
 BUS_CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>
+<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth><servicedir>services</servicedir>
 <policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/><allow own="*"/></policy>
 </busconfig>"""
 
@@ -285,6 +285,20 @@ class Desktop:
         picture = folder / f"{name}.png"
         subprocess.run(["import", "-silent", "-window", "root", str(picture)], check=True, env={**os.environ, "LD_PRELOAD": ""})
         return picture
+
+    def pixel(self, x, y):
+        """The colour at a place of the display."""
+        server = xlib.Display(self.environment["DISPLAY"])
+        blue, green, red, _ = server.screen().root.get_image(x, y, 1, 1, X.ZPixmap, 0xffffffff).data
+        server.close()
+        return red, green, blue
+
+    def activatable(self, name, command):
+        """From now on the bus starts the command when somebody asks for the name."""
+        folder = self.folder / "services"
+        folder.mkdir(exist_ok=True)
+        (folder / f"{name}.service").write_text(f"[D-BUS Service]\nName={name}\nExec={command}\n")
+        self.call("org.freedesktop.DBus", "/", "org.freedesktop.DBus", "ReloadConfig")
 
     def windows(self):
         """The visible top-level windows: (id, x, y, width, height)."""

@@ -1,4 +1,4 @@
-"""The other ends on the session bus: a tray host, a reader of exported menus, a notification server."""
+"""The other ends on the session bus: a tray host, a reader of exported menus, a notification server, a portal."""
 from gi.repository import Gio, GLib
 
 from desktop import wait_for
@@ -29,6 +29,10 @@ NOTIFICATIONS_XML = """<node><interface name="org.freedesktop.Notifications">
 <signal name="NotificationClosed"><arg type="u"/><arg type="u"/></signal>
 <signal name="ActivationToken"><arg type="u"/><arg type="s"/></signal>
 <signal name="ActionInvoked"><arg type="u"/><arg type="s"/></signal></interface></node>"""
+
+PORTAL_XML = """<node><interface name="org.freedesktop.portal.Settings">
+<method name="ReadAll"><arg direction="in" type="as"/><arg direction="out" type="a{sa{sv}}"/></method>
+<signal name="SettingChanged"><arg type="s"/><arg type="s"/><arg type="v"/></signal></interface></node>"""
 
 
 class Peer:
@@ -191,3 +195,18 @@ class NotificationServer(Peer):
         if token:
             self.emit("ActivationToken", GLib.Variant("(us)", (number, token)))
         self.emit("ActionInvoked", GLib.Variant("(us)", (number, action)))
+
+
+class Portal(Peer):
+    """What a desktop publishes of its settings: {group: {key: value}}."""
+
+    def __init__(self, desktop, settings):
+        self.settings = settings
+        super().__init__(desktop, "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop", PORTAL_XML)
+
+    def ReadAll(self, _sender, groups):
+        return GLib.Variant("(a{sa{sv}})", ({group: self.settings[group] for group in groups if group in self.settings},))
+
+    def change(self, group, key, value):
+        self.settings.setdefault(group, {})[key] = value
+        self.emit("SettingChanged", GLib.Variant("(ssv)", (group, key, value)))

@@ -78,7 +78,7 @@ def changes(app):
         "a file set to another user's rights": lambda: program.chmod(0o4755),
         "a folder's rights changed": lambda: (contents / "MacOS").chmod(0o777),
         "a file turned into a link to the same bytes": lambda: program.symlink_to(aside(program)),
-        "a link turned outside": lambda: ((contents / "link").unlink(), (contents / "link").symlink_to("../../../etc")),
+        "a link turned outside": lambda: ((contents / "link").unlink(), (contents / "link").symlink_to("../../etc")),
         "a link turned elsewhere": lambda: ((contents / "link").unlink(), (contents / "link").symlink_to("Info.json")),
         "a link turned into its file": lambda: ((contents / "link").unlink(), shutil.copy2(program, contents / "link")),
         "a folder turned into a link": lambda: (contents / "MacOS").symlink_to(aside(contents / "MacOS")),

@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <thread>
 #include <utility>
 
@@ -17,6 +18,13 @@ BackgroundThreads::~BackgroundThreads() {
   std::unique_lock lock(mutex_);
   dropped.swap(waiting_);
   ended_.wait(lock, [this] { return running_ == 0; });
+}
+
+bool BackgroundThreads::finish(double seconds) {
+  std::deque<std::function<void()>> dropped;
+  std::unique_lock lock(mutex_);
+  dropped.swap(waiting_);
+  return ended_.wait_for(lock, std::chrono::duration<double>(seconds), [this] { return running_ == 0; });
 }
 
 void BackgroundThreads::run(std::function<void()> work) {

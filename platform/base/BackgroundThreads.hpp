@@ -15,6 +15,8 @@ class BackgroundThreads {
   ~BackgroundThreads();
 
   void run(std::function<void()> work);
+  /// Drops what hasn't begun and waits for what has, at most `seconds`. False when some is still under way.
+  bool finish(double seconds);
 
  private:
   void work();

@@ -34,7 +34,7 @@ std::string sha256(std::string_view bytes) {
 Outcome<std::string> sha256OfFile(Files& files, const std::string& path) {
   const auto stream = newSha256();
   if (!stream) return {.error = ELIBACC};
-  const auto file = files.open(path, O_RDONLY | O_CLOEXEC, 0);
+  const auto file = openRegular(files, path, O_RDONLY);
   if (!file) return {.error = file.error};
   std::vector<char> piece(kPiece);
   while (true) {

@@ -20,11 +20,16 @@ std::string folderOf(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
+/// 0 where `info` is of a regular file.
+int errorUnlessRegular(const Outcome<FileInfo>& info) {
+  if (!info) return info.error;
+  if (info.value.kind == FileInfo::Kind::folder) return EISDIR;
+  return info.value.kind == FileInfo::Kind::regular ? 0 : EINVAL;
+}
+
 Outcome<std::string> readOpen(Files& files, int descriptor, std::size_t limit) {
   const Outcome<FileInfo> info = files.descriptorInfo(descriptor);
-  if (!info) return {{}, info.error};
-  if (info.value.kind == FileInfo::Kind::folder) return {{}, EISDIR};
-  if (info.value.kind != FileInfo::Kind::regular) return {{}, EINVAL};
+  if (const int error = errorUnlessRegular(info); error != 0) return {{}, error};
   if (info.value.size > limit) return {{}, EFBIG};
 
   // One byte more than it had, so that the usual read ends with the first short one, and growth shows.
@@ -101,7 +106,7 @@ bool mayPass(int error) {
 }
 
 Outcome<std::string> readFile(Files& files, const std::string& path, std::size_t limit) {
-  const Outcome<int> descriptor = files.open(path, O_RDONLY | O_NONBLOCK, 0);
+  const Outcome<int> descriptor = files.open(path, O_RDONLY, 0);
   if (!descriptor) return {{}, descriptor.error};
   Outcome<std::string> result = readOpen(files, descriptor.value, limit);
   files.close(descriptor.value);
@@ -150,7 +155,7 @@ int placeFile(Files& files, const std::string& path, std::string_view bytes, mod
 
 int placeCopy(Files& files, const std::string& path, const std::string& source, mode_t mode,
               std::string_view temporaryPrefix) {
-  const Outcome<int> original = files.open(source, O_RDONLY, 0);
+  const Outcome<int> original = openRegular(files, source, O_RDONLY);
   if (!original) return original.error;
   const int error = place(files, path, mode, temporaryPrefix, "",
                           [&](int descriptor) { return copyWhole(files, original.value, descriptor); });
@@ -164,8 +169,17 @@ bool isExecutableFile(Files& files, const std::string& path) { return isFileFor(
 
 bool isWritable(Files& files, const std::string& path) { return files.access(path, W_OK) == 0; }
 
+Outcome<int> openRegular(Files& files, const std::string& path, int flags, mode_t mode) {
+  const Outcome<int> descriptor = files.open(path, flags, mode);
+  if (!descriptor) return descriptor;
+  const int error = errorUnlessRegular(files.descriptorInfo(descriptor.value));
+  if (error == 0) return descriptor;
+  files.close(descriptor.value);
+  return {.error = error};
+}
+
 Outcome<int> openForAppending(Files& files, const std::string& path, mode_t mode) {
-  return files.open(path, O_WRONLY | O_CREAT | O_APPEND, mode);
+  return openRegular(files, path, O_WRONLY | O_CREAT | O_APPEND, mode);
 }
 
 }  // namespace kestrelune

@@ -35,6 +35,8 @@ class Files {
  public:
   virtual ~Files() = default;
 
+  /// Never waits for whoever may be at the other end of a pipe or device (O_NONBLOCK); that it is a file is the
+  /// caller's to check, as `openRegular` does.
   virtual Outcome<int> open(const std::string& path, int flags, mode_t mode) = 0;
   virtual Outcome<std::size_t> read(int descriptor, char* buffer, std::size_t size) = 0;
   virtual Outcome<std::size_t> write(int descriptor, const char* bytes, std::size_t size) = 0;
@@ -108,7 +110,10 @@ bool isExecutableFile(Files& files, const std::string& path);
 /// A file that this user may write, or a folder in which they may make one.
 bool isWritable(Files& files, const std::string& path);
 
-/// Opens a file for writing at its end, making it with `mode` where it is missing.
+/// Opens a regular file, also through a link. EISDIR for a folder, EINVAL for a pipe, a device or a socket.
+Outcome<int> openRegular(Files& files, const std::string& path, int flags, mode_t mode = 0);
+
+/// Opens a regular file for writing at its end, making it with `mode` where it is missing.
 Outcome<int> openForAppending(Files& files, const std::string& path, mode_t mode);
 
 }  // namespace kestrelune

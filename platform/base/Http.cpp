@@ -34,6 +34,7 @@ class ChildHttp final : public Http {
     if (!file.empty()) task.arguments.push_back(file);
     task.output = TaskRequest::Stream::capture;
     task.errors = TaskRequest::Stream::capture;
+    task.endsWithUs = true;
     task.captureLimit = static_cast<std::size_t>(request.limit) + 1;
     const auto child = tasks_.launch(task, [completed, limit = request.limit](const TaskEnd& end) {
       completed(responseOf(end, static_cast<std::size_t>(limit)));

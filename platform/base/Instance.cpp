@@ -30,6 +30,8 @@ constexpr mode_t kFileMode = 0600;
 constexpr int kBacklog = 16;
 constexpr std::size_t kMostBytes = 256 << 10;
 constexpr double kVisitSeconds = 5;
+constexpr std::size_t kMostVisits = 16;  ///< at a time, and begun between two pauses
+constexpr double kPauseSeconds = 1;
 constexpr std::chrono::milliseconds kPause(50);
 
 /// The socket by way of its open folder: an address is short, and a home folder's path may be long.
@@ -155,20 +157,36 @@ bool Instance::tell(const Environment& variables, double patience) {
 void Instance::serve(RunLoop& loop, Summoned summoned) {
   loop_ = &loop;
   summoned_ = std::move(summoned);
-  if (socket_) listening_ = loop.watch(socket_.number(), [this] { accept(); });
+  listenOn();
 }
 
 void Instance::close() {
   listening_.reset();
+  pause_.reset();
   visits_.clear();
   if (!socket_) return;
   ::unlink((folder_ + "/" + kSocket).c_str());
   socket_.reset();
 }
 
+void Instance::listenOn() {
+  begun_ = 0;
+  if (socket_) listening_ = loop_->watch(socket_.number(), [this] { accept(); });
+}
+
+/// Whoever knocks meanwhile waits in the system's queue, and costs nothing.
+void Instance::pause() {
+  listening_.reset();
+  pause_ = loop_->after(kPauseSeconds, [this] { visits_.size() < kMostVisits ? listenOn() : pause(); });
+}
+
 void Instance::accept() {
   auto visit = std::make_unique<Visit>();
   visit->peer = Descriptor(accept4(socket_.number(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+  const bool foundNobody = !visit->peer && (errno == EAGAIN || errno == EINTR || errno == ECONNABORTED);
+  if (foundNobody) return;
+  // Without a descriptor for it the visitor stays in the queue, and would wake us without an end.
+  if (++begun_ == kMostVisits || !visit->peer) pause();
   if (!visit->peer || !isOurs(visit->peer)) return;
   Visit& present = *visit;
   present.reading = loop_->watch(present.peer.number(), [this, &present] { read(present); });

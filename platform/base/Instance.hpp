@@ -13,8 +13,8 @@ namespace kestrelune {
 
 /// Lets one instance of the program run an account. The first one holds a lock, which the system takes from it however
 /// it ends, and listens beside it; a later one tells the first that it was started, and what the session that it was
-/// started in is like, and ends. One that is started while the first ends waits for that and takes its place. All on
-/// the main thread.
+/// started in is like, and ends. One that is started while the first ends waits for that and takes its place. However
+/// many knock, at most 16 a second are let in, so that the one that runs goes on with its work. All on the main thread.
 class Instance {
  public:
   enum class Start {
@@ -44,6 +44,8 @@ class Instance {
 
   bool lock();
   void listen();
+  void listenOn();
+  void pause();
   bool tell(const Environment& variables, double patience);
   void accept();
   void read(Visit& visit);
@@ -55,6 +57,8 @@ class Instance {
   RunLoop* loop_ = nullptr;
   Summoned summoned_;
   std::unique_ptr<Subscription> listening_;
+  Timer pause_;
+  std::size_t begun_ = 0;  ///< visits since the last pause
   std::vector<std::unique_ptr<Visit>> visits_;
 };
 

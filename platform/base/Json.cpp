@@ -22,6 +22,12 @@ class Builder final : public nlohmann::json_sax<Nlohmann> {
 
   Json root;
 
+  void build(std::string_view text) {
+    // The parser takes a zero byte for the end, and whatever follows would be let through unread.
+    if (text.find('\0') != std::string_view::npos || !Nlohmann::sax_parse(text.begin(), text.end(), this))
+      throw JsonError("not JSON");
+  }
+
   bool null() override { return put(Json()); }
   bool boolean(bool value) override { return put(Json(value)); }
   bool number_integer(number_integer_t value) override { return put(Json(static_cast<std::int64_t>(value))); }
@@ -174,13 +180,13 @@ void Json::set(std::string key, Json value) {
 
 Json Json::parse(std::string_view text) {
   Builder builder;
-  if (!Nlohmann::sax_parse(text.begin(), text.end(), &builder)) throw JsonError("not JSON");
+  builder.build(text);
   return std::move(builder.root);
 }
 
 Json Json::parse(std::string_view text, std::string_view list, const std::function<void(Json)>& take) {
   Builder builder(list, take);
-  if (!Nlohmann::sax_parse(text.begin(), text.end(), &builder)) throw JsonError("not JSON");
+  builder.build(text);
   return std::move(builder.root);
 }
 

@@ -84,8 +84,8 @@ template <class F> void fields(F& field, Hello& m) { field("version", m.version,
 template <class F> void fields(F& field, ShowWindow& m) { field("spec", m.spec); field("tree", m.tree); field("activationToken", m.activationToken); }
 template <class F> void fields(F& field, RaiseWindow& m) { field("id", m.id); field("activationToken", m.activationToken); }
 template <class F> void fields(F& field, CloseWindow& m) { field("id", m.id); }
-template <class F> void fields(F& field, Ask& m) { field("id", m.id); field("question", m.question); }
-template <class F> void fields(F& field, RaiseQuestion& m) { field("id", m.id); }
+template <class F> void fields(F& field, Ask& m) { field("id", m.id); field("question", m.question); field("activationToken", m.activationToken); }
+template <class F> void fields(F& field, RaiseQuestion& m) { field("id", m.id); field("activationToken", m.activationToken); }
 template <class F> void fields(F& field, MenuPlace& m) { field("x", m.x); field("y", m.y); }
 template <class F> void fields(F& field, ShowMenu& m) { field("id", m.id); field("menu", m.menu); field("place", m.place); }
 template <class F> void fields(F& field, UpdateMenu& m) { field("id", m.id); field("menu", m.menu); }
@@ -94,7 +94,7 @@ template <class F> void fields(F& field, ShowStatusItem& m) { field("visible", m
 template <class F> void fields(F& field, Copy& m) { field("text", m.text); }
 template <class F> void fields(F& field, AskBounds& m) { field("id", m.id); }
 template <class F> void fields(F&, Quit&) {}
-template <class F> void fields(F& field, Ready& m) { field("version", m.version, 0); field("placesPopups", m.placesPopups); field("statusItemForm", m.statusItemForm); }
+template <class F> void fields(F& field, Ready& m) { field("version", m.version, 0); field("placesPopups", m.placesPopups); field("throughXwayland", m.throughXwayland); field("statusItemForm", m.statusItemForm); }
 template <class F> void fields(F& field, WindowEvent& m) { field("window", m.window); field("event", m.event); }
 template <class F> void fields(F& field, WindowClosed& m) { field("window", m.window); }
 template <class F> void fields(F& field, WindowFrame& m) { field("window", m.window); field("frame", m.frame); }

@@ -48,10 +48,12 @@ struct CloseWindow {
 struct Ask {
   int id = 0;
   Question question;
+  std::string activationToken;
   bool operator==(const Ask&) const = default;
 };
 struct RaiseQuestion {
   int id = 0;
+  std::string activationToken;
   bool operator==(const RaiseQuestion&) const = default;
 };
 struct ShowMenu {
@@ -93,6 +95,7 @@ using Down = std::variant<Hello, ShowWindow, RaiseWindow, CloseWindow, Ask, Rais
 struct Ready {
   int version = kVersion;
   bool placesPopups = false;
+  bool throughXwayland = false;  ///< in a Wayland session, but not by its own means
   std::string statusItemForm;
   bool operator==(const Ready&) const = default;
 };

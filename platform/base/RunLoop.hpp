@@ -39,6 +39,9 @@ class RunLoop {
   /// Serves until `stop`. Returns at once when `stop` was called before.
   virtual void run() = 0;
   virtual void stop() = 0;
+  /// After `run`: drops background work that hasn't begun and waits for what has, at most `seconds`. False when some is
+  /// still under way: it may use the loop for as long as the process lives.
+  [[nodiscard]] virtual bool finish(double seconds) = 0;
 };
 
 /// A small loop on poll(2), for command-line programs and tests. Needs no session.

@@ -119,6 +119,7 @@ class PollRunLoop final : public RunLoop {
   }
 
   void stop() override { stopped_ = true; }
+  bool finish(double seconds) override { return threads_->finish(seconds); }
 
  private:
   Timer addTimer(double seconds, double period, Work work) {

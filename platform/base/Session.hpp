@@ -31,6 +31,12 @@ struct StatusItemLook {
   bool operator==(const StatusItemLook&) const = default;
 };
 
+/// A desktop that has no place for the icon.
+struct UnseenIcon {
+  std::string desktop;  ///< its kind: another kind is worth another word
+  std::string why;      ///< in words for the user, beginning with what to do
+};
+
 /// The icon with its dot, pill and menu, shown in whatever way the desktop offers, or not at all.
 class StatusItem {
  public:
@@ -38,8 +44,7 @@ class StatusItem {
     std::function<void()> menuWillOpen;  ///< compose it now: `setMenu` is expected from within
     std::function<void(const MenuChoice&)> chosen;
     std::function<void()> activated;  ///< the icon was asked for the main window (middle click)
-    /// This desktop has no place for the icon; why, and what to do, in words for the user.
-    std::function<void(const std::string& why)> unseen;
+    std::function<void(const UnseenIcon&)> unseen;
   };
 
   virtual ~StatusItem() = default;

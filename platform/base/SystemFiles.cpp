@@ -54,7 +54,8 @@ Outcome<FileInfo> infoOf(int result, const struct stat& status) {
 class SystemFiles final : public Files {
  public:
   Outcome<int> open(const std::string& path, int flags, mode_t mode) override {
-    return outcome<int>(repeated([&] { return ::open(path.c_str(), flags | O_CLOEXEC, mode); }));
+    constexpr int kAlways = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    return outcome<int>(repeated([&] { return ::open(path.c_str(), flags | kAlways, mode); }));
   }
   Outcome<std::size_t> read(int descriptor, char* buffer, std::size_t size) override {
     return outcome<std::size_t>(repeated([&] { return ::read(descriptor, buffer, size); }));

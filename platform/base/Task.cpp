@@ -77,6 +77,10 @@ class SpawnLauncher final : public TaskLauncher {
     return {std::make_unique<ChildTask>(std::move(child)), 0};
   }
 
+  void leave() override {
+    for (const auto& child : children_) spawn::leave(child->child);
+  }
+
  private:
   void watchStreams(RunningChild& child) {
     const auto watch = [&](const Descriptor& pipe, Capture& capture) {

@@ -39,6 +39,7 @@ struct TaskRequest {
   Stream errors = Stream::null;
   bool errorsJoinOutput = false;  ///< standard error goes where standard output goes
   bool detached = false;          ///< leads a session of its own, too: what befalls ours doesn't reach it
+  bool endsWithUs = false;        ///< of no use to anybody once we have gone; see `leave`
   int outputDescriptor = -1;      ///< for `Stream::file`; stays the caller's
   int passedDescriptor = -1;      ///< the child has it as `kPassedDescriptor`; stays the caller's; -1: none
   std::size_t captureLimit =
@@ -73,6 +74,10 @@ class TaskLauncher {
   /// The child, or the error number of why it couldn't be started. `ended` is called once, on the main thread, never
   /// from within this call, also when the `Task` was destroyed. A grandchild that holds a pipe delays nothing.
   virtual Outcome<std::unique_ptr<Task>> launch(const TaskRequest& request, Ended ended) = 0;
+  /// For our own end, which waits for no child. One that ends with us is killed, with its group. Any other goes on, and
+  /// what it still writes into a captured stream is read and dropped, so that it neither fails nor waits. No end is
+  /// told any more.
+  virtual void leave() = 0;
 };
 
 /// posix_spawn and pidfd on the given loop.
@@ -92,6 +97,8 @@ class WatchedTask {
   /// Waits, on any thread, for the child's end. `onOutput` gets each piece of what it writes as it comes; nothing else
   /// is kept. `timeout` seconds of monotonic time after its start the child gets SIGTERM, one second later SIGKILL.
   virtual WatchedEnd watch(double timeout, const std::function<void(std::string_view)>& onOutput) = 0;
+  /// As that of a launcher, for this child, while another thread may be watching it.
+  virtual void leave() const = 0;
 };
 
 /// Starts a child on the calling thread, which may be any. A child inherits the priority of the thread that starts it,

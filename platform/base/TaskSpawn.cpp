@@ -144,10 +144,22 @@ int spawnProcess(const TaskRequest& request, const Plan& plan, pid_t& pid) {
                      request.environment ? pointers(variables).data() : environ);
 }
 
+/// A program of its own reads a pipe to its end.
+void handOver(const Descriptor& pipe) {
+  if (!pipe) return;
+  TaskRequest reader;
+  reader.executable = "/bin/cat";
+  reader.arguments = {"/dev/fd/" + std::to_string(TaskRequest::kPassedDescriptor)};
+  reader.passedDescriptor = pipe.number();
+  reader.detached = true;
+  start(reader);
+}
+
 }  // namespace
 
 Outcome<Child> start(const TaskRequest& request) {
   Child child;
+  child.endsWithUs = request.endsWithUs;
   Plan plan;
   Outcome<Descriptor> input = openInput(request.input);
   if (!input) return {{}, input.error};
@@ -173,6 +185,16 @@ Outcome<Child> start(const TaskRequest& request) {
 }
 
 void signal(const Child& child, int number) { pidfd_send_signal(child.handle.number(), number, nullptr, 0); }
+
+void leave(const Child& child) {
+  if (!child.endsWithUs) {
+    handOver(child.output);
+    handOver(child.errors);
+  } else if (pidfd_send_signal(child.handle.number(), 0, nullptr, 0) == 0) {
+    // Not collected yet, so the number is still its own.
+    ::kill(-child.pid, SIGKILL);
+  }
+}
 
 TaskEnd reap(const Child& child) {
   siginfo_t info{};

@@ -16,12 +16,16 @@ struct Child {
   Descriptor handle;  ///< a pidfd: readable once the child has ended
   Descriptor output;
   Descriptor errors;
+  bool endsWithUs = false;
 };
 
 Outcome<Child> start(const TaskRequest& request);
 
 /// By its handle: once the child is collected, its number may be another's.
 void signal(const Child& child, int number);
+
+/// For our own end: see `TaskLauncher::leave`.
+void leave(const Child& child);
 
 /// Collects a child that has ended.
 TaskEnd reap(const Child& child);

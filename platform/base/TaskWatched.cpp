@@ -23,10 +23,11 @@ double uptime() {
 }
 
 /// Waits for the child's end, its output or the moment `due`. True: the child has ended.
-bool waitForChild(const spawn::Child& child, double due) {
+bool waitForChild(const spawn::Child& child, bool outputIsOpen, double due) {
   const double seconds = std::clamp(due - uptime(), 0.0, kLongestWait);
   // An entry with a negative descriptor is skipped.
-  std::array<pollfd, 2> ready = {pollfd{child.handle.number(), POLLIN, 0}, pollfd{child.output.number(), POLLIN, 0}};
+  std::array<pollfd, 2> ready = {pollfd{child.handle.number(), POLLIN, 0},
+                                 pollfd{outputIsOpen ? child.output.number() : -1, POLLIN, 0}};
   if (::poll(ready.data(), ready.size(), static_cast<int>(std::ceil(seconds * 1000))) <= 0) return false;
   return ready[0].revents != 0;
 }
@@ -39,9 +40,10 @@ class SpawnedWatchedTask final : public WatchedTask {
     WatchedEnd result;
     double due = started_ + timeout;
     int nextSignal = SIGTERM;
-    while (!waitForChild(child_, due)) {
+    bool outputIsOpen = true;
+    while (!waitForChild(child_, outputIsOpen, due)) {
       // A stream that has ended would be ready at every turn.
-      if (child_.output && spawn::drain(child_.output, onOutput) == spawn::Drained::ended) child_.output.reset();
+      if (outputIsOpen) outputIsOpen = spawn::drain(child_.output, onOutput) != spawn::Drained::ended;
       if (uptime() < due) continue;
       result.timedOut = true;
       spawn::signal(child_, nextSignal);
@@ -49,9 +51,11 @@ class SpawnedWatchedTask final : public WatchedTask {
       nextSignal = SIGKILL;
     }
     result.end = spawn::reap(child_);
-    if (child_.output) spawn::drain(child_.output, onOutput);
+    if (outputIsOpen) spawn::drain(child_.output, onOutput);
     return result;
   }
+
+  void leave() const override { spawn::leave(child_); }
 
  private:
   spawn::Child child_;

@@ -1,15 +1,24 @@
 #pragma once
 
 #include <QColor>
+#include <optional>
 
 #include "base/Session.hpp"
 #include "base/View.hpp"
 
-/// The colours of the screen, in light and dark. Every pair of text and ground has a contrast of at least 4.5.
+/// The colours of the screen, in light and dark. Every pair of text and ground has a contrast of at least 4.5, or of 7
+/// where high contrast is wanted.
 namespace kestrelune::colors {
 
-/// Gives the toolkit's own widgets our colours, dark ones where the desktop is dark; again whenever that changes.
-void setDark(bool wanted);
+struct Scheme {
+  bool dark = false;
+  bool highContrast = false;
+  std::optional<QColor> accent;  ///< made as dark or light as its place needs; absent: our own
+  bool operator==(const Scheme&) const = default;
+};
+
+/// Gives the toolkit's own widgets our colours too; all windows hear of a change as one of the palette.
+void setScheme(const Scheme& wanted);
 bool isDark();
 
 QColor label();

@@ -111,11 +111,16 @@ SegmentedBar::SegmentedBar() {
 }
 
 QSize SegmentedBar::tabSizeHint(int index) const {
-  const QFontMetrics measures(font());
-  return {measures.horizontalAdvance(tabText(index)) + px(16), std::max(px(kTabHeight), measures.height() + px(8))};
+  const QSize least = minimumTabSizeHint(index);
+  return {least.width() + px(8), least.height()};
 }
 
-QSize SegmentedBar::minimumTabSizeHint(int index) const { return {px(32), tabSizeHint(index).height()}; }
+/// Its whole text as it is when the tab is chosen, so that none moves when another is: the bar widens its window rather
+/// than cut one.
+QSize SegmentedBar::minimumTabSizeHint(int index) const {
+  const QFontMetrics chosen(metrics::font(13, true));
+  return {chosen.horizontalAdvance(tabText(index)) + px(8), std::max(px(kTabHeight), chosen.height() + px(8))};
+}
 
 void SegmentedBar::paintEvent(QPaintEvent*) {
   QPainter painter(this);

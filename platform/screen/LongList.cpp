@@ -136,6 +136,12 @@ int LongList::measured(const ViewNode& node) const {
   return widget->sizeHint().height();
 }
 
+QSize LongList::minimumSizeHint() const {
+  const QSize usual = QAbstractScrollArea::minimumSizeHint();
+  const int rows = leastWidth_ + 2 * padding_ + verticalScrollBar()->sizeHint().width();
+  return {std::max(usual.width(), rows), usual.height()};
+}
+
 void LongList::layOut() {
   if (layingOut_) return;
   if (heights_.empty()) return live_.clear();
@@ -184,6 +190,9 @@ void LongList::layOut() {
     if (made) node->widget()->raise();
   }
   layingOut_ = false;
+  int least = leastWidth_;
+  for (const auto& [index, node] : live_) least = std::max(least, node->widget()->minimumSizeHint().width());
+  if (std::exchange(leastWidth_, least) != least) updateGeometry();
   if (missing) ask(first, last);
 }
 

@@ -23,6 +23,8 @@ class LongList final : public QAbstractScrollArea {
   std::size_t liveRows() const { return live_.size(); }
   /// Those of the rows that have one, from top to bottom.
   std::vector<QWidget*> rowWidgets() const;
+  /// It scrolls up and down only, so it is never narrower than a row that it had in sight.
+  QSize minimumSizeHint() const override;
   /// Scrolls to what has the focus, if that is one of the rows.
   void keepFocusInSight();
 
@@ -50,6 +52,7 @@ class LongList final : public QAbstractScrollArea {
   std::string asked_;
   std::map<std::size_t, std::unique_ptr<ViewNode>> live_;
   int padding_ = 0, spacing_ = 0;
+  int leastWidth_ = 0;
   bool layingOut_ = false;
 };
 

@@ -19,7 +19,8 @@ namespace {
 
 using metrics::px;
 
-constexpr double kMenuWidth = 368, kVerticalPadding = 6, kCorner = 7, kArrowHeight = 16, kScreenMargin = 4;
+constexpr double kMenuWidth = 368, kWidestMenu = 552, kVerticalPadding = 6, kCorner = 7, kArrowHeight = 16,
+                 kScreenMargin = 4;
 /// Of the display's height: with less room than this beside its place, a long menu rather covers that place.
 constexpr double kEnoughRoom = 0.7;
 constexpr int kSubmenuDelay = 180, kGrabInterval = 30, kGrabAttempts = 10;
@@ -77,15 +78,16 @@ void MenuPopup::fill() {
 }
 
 void MenuPopup::layOut() {
-  const int width = px(kMenuWidth), padding = px(kVerticalPadding);
-  int y = 0;
+  const int padding = px(kVerticalPadding);
+  int width = px(kMenuWidth), y = 0;
+  for (const MenuRowView* view : rows_) width = std::max(width, std::min(view->leastWidth(), px(kWidestMenu)));
   for (MenuRowView* view : rows_) {
-    const int height = view->rowHeight();
+    const int height = view->rowHeight(width);
     view->setGeometry(0, y, width, height);
     y += height;
   }
   content_->resize(width, y);
-  const QRect box = fitted(y + 2 * padding);
+  const QRect box = fitted({width, y + 2 * padding});
   const bool scrolls = box.height() < y + 2 * padding;
   const int edge = scrolls ? px(kArrowHeight) : padding;
   setGeometry(box);
@@ -97,10 +99,11 @@ void MenuPopup::layOut() {
   down_->setVisible(scrolls);
 }
 
-/// Where a menu of that height stands: below its place, above it where there is no room below as at a panel at the
+/// Where a menu of that size stands: below its place, above it where there is no room below as at a panel at the
 /// bottom edge, and no higher than the display.
-QRect MenuPopup::fitted(int height) const {
-  const int margin = px(kScreenMargin), width = px(kMenuWidth);
+QRect MenuPopup::fitted(const QSize& wanted) const {
+  const int margin = px(kScreenMargin), width = wanted.width();
+  int height = wanted.height();
   const QRect available = availableAt(place_).adjusted(margin, margin, -margin, -margin);
   const int x = std::clamp(place_.x(), available.left(), std::max(available.left(), available.right() + 1 - width));
   const int below = available.bottom() + 1 - place_.y(), above = place_.y() - available.top();
@@ -147,10 +150,6 @@ void MenuPopup::setMenu(MenuTree menu) {
 void MenuPopup::openAt(const QPoint& place) {
   place_ = place;
   layOut();
-  if (!parentMenu_ && xserver::isXwayland()) {
-    shield_ = std::make_unique<ClickShield>([this] { hide(); });
-    shield_->show();
-  }
   show();
   raise();
   activateWindow();
@@ -291,8 +290,8 @@ void MenuPopup::openSubmenu(bool selectFirst) {
     const QPoint right = mapToGlobal(QPoint(width() - px(4), 0));
     const QPoint top = current_->mapToGlobal(QPoint(0, -px(kVerticalPadding)));
     const QRect available = availableAt(mapToGlobal(QPoint(0, 0)));
-    const bool fits = right.x() + px(kMenuWidth) <= available.right();
-    submenu_->openAt({fits ? right.x() : mapToGlobal(QPoint(px(4), 0)).x() - px(kMenuWidth), top.y()});
+    const bool fits = right.x() + submenu_->width() <= available.right();
+    submenu_->openAt({fits ? right.x() : mapToGlobal(QPoint(px(4), 0)).x() - submenu_->width(), top.y()});
   }
   if (selectFirst && !submenu_->current()) submenu_->move(1);
 }
@@ -309,8 +308,6 @@ void MenuPopup::closeSubmenu() {
 void MenuPopup::hideEvent(QHideEvent*) {
   if (closed_) return;
   closed_ = true;
-  // It may be handling the event that closes the menu.
-  if (ClickShield* old = shield_.release()) old->hide(), old->deleteLater();
   closeSubmenu();
   if (parentMenu_) {
     // Closed by a click elsewhere, or by choosing: the whole menu goes.

@@ -9,7 +9,6 @@
 #include <optional>
 #include <vector>
 
-#include "ClickShield.hpp"
 #include "MenuRowView.hpp"
 #include "MenuScrollArrow.hpp"
 
@@ -54,7 +53,7 @@ class MenuPopup final : public QWidget {
  private:
   void fill();
   void layOut();
-  QRect fitted(int height) const;
+  QRect fitted(const QSize& wanted) const;
   void tryGrab(int attempts);
   bool grabInput();
   void stay();
@@ -81,7 +80,6 @@ class MenuPopup final : public QWidget {
   MenuRowView* current_ = nullptr;
   std::unique_ptr<MenuPopup> submenu_;
   std::optional<MenuRowView*> pointed_;  ///< where the pointer rests while the submenu of another row is open
-  std::unique_ptr<ClickShield> shield_;  ///< under the menu, in a Wayland compositor
   QTimer submenuTimer_;
   QElapsedTimer opened_;
   bool pressed_ = false;

@@ -111,8 +111,10 @@ bool MenuPopup::moveToLetter(const QString& letter) {
   return true;
 }
 
-/// Tab moves within the menu and never out of it.
+/// Tab moves within the menu and never out of it. One whose texts become larger would be composed anew under the
+/// pointer, so it goes.
 bool MenuPopup::event(QEvent* event) {
+  if (event->type() == QEvent::ApplicationFontChange && isVisible()) root().hide();
   if (event->type() == QEvent::KeyPress) {
     auto* key = static_cast<QKeyEvent*>(event);
     if (key->key() == Qt::Key_Tab || key->key() == Qt::Key_Backtab) {

@@ -16,7 +16,9 @@ using metrics::px;
 // Measures in points.
 constexpr double kMenuWidth = 368, kSideInset = 5, kTextLeft = 14, kCheckedLeft = 25, kTextRight = 332;
 constexpr double kHeaderLeft = 20, kHeaderWidth = 328, kGap = 10;
-constexpr double kButtonGap = 6, kBeforeButtons = 10, kLeastText = 40;
+constexpr double kButtonGap = 6, kBeforeButtons = 10, kLeastText = 130;
+// What is on the right of a text in a menu of whatever width.
+constexpr double kAfterText = kMenuWidth - kTextRight, kAroundHeader = kMenuWidth - kHeaderWidth;
 constexpr double kTitlePoints = 13, kSmallPoints = 11, kHeadlinePoints = 14, kMessagePoints = 12;
 /// What lies beyond can't be seen; measuring and shaping it would only take time.
 constexpr qsizetype kMostVisibleCharacters = 600, kMostSpokenCharacters = 2000;
@@ -121,7 +123,22 @@ QString MenuRowView::accessibleText() const {
   return parts.join(", ");
 }
 
-int MenuRowView::rowHeight() const {
+int MenuRowView::leastWidth() const {
+  switch (row_.form) {
+    case MenuRow::Form::header: return textWidth(title_, metrics::font(kHeadlinePoints, true)) + 1 + px(kAroundHeader);
+    case MenuRow::Form::section:
+      return textWidth(title_, metrics::font(kSmallPoints, true)) + 1 + px(kTextLeft) + px(kAfterText);
+    case MenuRow::Form::attention:
+      return px(kTextLeft + kLeastText + kBeforeButtons) + later_->width() + px(kButtonGap) + done_->width() +
+             px(kAfterText);
+    case MenuRow::Form::normal:
+    case MenuRow::Form::pair:
+    case MenuRow::Form::separator: break;
+  }
+  return 0;
+}
+
+int MenuRowView::rowHeight(int width) const {
   switch (row_.form) {
     case MenuRow::Form::separator: return px(11);
     case MenuRow::Form::section:
@@ -131,9 +148,9 @@ int MenuRowView::rowHeight() const {
     case MenuRow::Form::header: break;
   }
   if (row_.subtitle.empty()) return px(36);
-  const QRect box =
-      QFontMetrics(metrics::font(kMessagePoints))
-          .boundingRect(QRect(0, 0, px(kHeaderWidth), 10000), Qt::TextWordWrap | Qt::TextWrapAnywhere, subtitle_);
+  const QRect box = QFontMetrics(metrics::font(kMessagePoints))
+                        .boundingRect(QRect(0, 0, width - px(kAroundHeader), 10000),
+                                      Qt::TextWordWrap | Qt::TextWrapAnywhere, subtitle_);
   return px(38) + std::max(px(16), box.height());
 }
 
@@ -164,10 +181,11 @@ MenuChoice MenuRowView::choice(MenuChoice::Part part) const {
   return {.part = part, .represented = row_.represented, .settleKey = row_.settleKey};
 }
 
+int MenuRowView::textRight() const { return width() - px(kAfterText); }
+
 void MenuRowView::resizeEvent(QResizeEvent*) {
   if (!later_) return;
-  const int right = width() - px(kMenuWidth - kTextRight);
-  done_->move(right - done_->width(), (height() - done_->height()) / 2);
+  done_->move(textRight() - done_->width(), (height() - done_->height()) / 2);
   later_->move(done_->x() - px(kButtonGap) - later_->width(), done_->y());
 }
 
@@ -205,10 +223,10 @@ void MenuRowView::paintHighlight(QPainter& painter) {
 void MenuRowView::paintNormal(QPainter& painter) {
   paintHighlight(painter);
   const QFont font = metrics::font(kTitlePoints), small = metrics::font(kSmallPoints);
-  int right = px(kTextRight);
+  int right = textRight();
   if (hasSubmenu()) {
     const int size = px(11);
-    drawing::symbol(painter, QRectF(px(kTextRight + 10), (height() - size) / 2.0, size, size), View::Icon::chevron,
+    drawing::symbol(painter, QRectF(textRight() + px(10), (height() - size) / 2.0, size, size), View::Icon::chevron,
                     detailColor());
   }
   if (!row_.key.empty()) {
@@ -241,17 +259,17 @@ void MenuRowView::paintNormal(QPainter& painter) {
 }
 
 void MenuRowView::paintHeader(QPainter& painter) {
-  const int left = px(kHeaderLeft), width = px(kHeaderWidth);
-  drawText(painter, QRect(left, px(8), width, px(20)), title_, metrics::font(kHeadlinePoints, true), colors::label());
+  const int left = px(kHeaderLeft), room = width() - px(kAroundHeader);
+  drawText(painter, QRect(left, px(8), room, px(20)), title_, metrics::font(kHeadlinePoints, true), colors::label());
   if (row_.subtitle.empty()) return;
   painter.setFont(metrics::font(kMessagePoints));
   painter.setPen(colors::secondaryLabel());
-  painter.drawText(QRect(left, px(30), width, height() - px(32)), Qt::TextWordWrap | Qt::TextWrapAnywhere, subtitle_);
+  painter.drawText(QRect(left, px(30), room, height() - px(32)), Qt::TextWordWrap | Qt::TextWrapAnywhere, subtitle_);
 }
 
 void MenuRowView::paintPair(QPainter& painter) {
   const QFont font = metrics::font(kTitlePoints);
-  const int left = px(kTextLeft), right = px(kTextRight);
+  const int left = px(kTextLeft), right = textRight();
   const int stateWidth = std::min(textWidth(detail_, font) + 1, (right - left) * 7 / 10);
   drawText(painter, QRect(right - stateWidth, 0, stateWidth, height()), detail_, font, colors::secondaryLabel(),
            Qt::AlignRight);
@@ -261,16 +279,16 @@ void MenuRowView::paintPair(QPainter& painter) {
 void MenuRowView::paintAttention(QPainter& painter) {
   paintHighlight(painter);
   const int left = px(kTextLeft);
-  const int width = std::max(px(kLeastText), later_->x() - px(kBeforeButtons) - left);
+  const int room = later_->x() - px(kBeforeButtons) - left;
   if (subtitle_.isEmpty()) {
-    return drawText(painter, QRect(left, 0, width, height()), title_, metrics::font(kTitlePoints), textColor());
+    return drawText(painter, QRect(left, 0, room, height()), title_, metrics::font(kTitlePoints), textColor());
   }
-  drawText(painter, QRect(left, px(3), width, px(18)), title_, metrics::font(kTitlePoints), textColor());
-  drawText(painter, QRect(left, px(20), width, px(16)), subtitle_, metrics::font(kSmallPoints), detailColor());
+  drawText(painter, QRect(left, px(3), room, px(18)), title_, metrics::font(kTitlePoints), textColor());
+  drawText(painter, QRect(left, px(20), room, px(16)), subtitle_, metrics::font(kSmallPoints), detailColor());
 }
 
 void MenuRowView::paintSection(QPainter& painter) {
-  drawText(painter, QRect(px(kTextLeft), px(2), px(kTextRight - kTextLeft), height() - px(2)), title_,
+  drawText(painter, QRect(px(kTextLeft), px(2), textRight() - px(kTextLeft), height() - px(2)), title_,
            metrics::font(kSmallPoints, true), colors::secondaryLabel());
 }
 

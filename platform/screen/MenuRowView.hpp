@@ -39,8 +39,10 @@ class MenuRowView final : public QWidget {
   /// Can be the current row.
   bool isSelectable() const;
   bool hasSubmenu() const { return !row_.children.empty(); }
-  /// Height at the menu's width, in pixels.
-  int rowHeight() const;
+  /// The width in pixels at which those of its words can be read that no tool tip tells.
+  int leastWidth() const;
+  /// Height at a menu's width, in pixels.
+  int rowHeight(int width) const;
   void setHighlighted(bool highlighted);
   bool isHighlighted() const { return highlighted_; }
 
@@ -68,6 +70,7 @@ class MenuRowView final : public QWidget {
   void paintSection(QPainter& painter);
   void paintHighlight(QPainter& painter);
   bool isCut() const;
+  int textRight() const;
   QColor textColor() const;
   QColor detailColor() const;
 

@@ -86,13 +86,27 @@ QLabel* flameLabel() {
 
 }  // namespace
 
-QuestionDialog::QuestionDialog(const Question& question) : cancelButton_(question.cancelButton) {
+QuestionDialog::QuestionDialog(Question question) : question_(std::move(question)) {
   setAttribute(Qt::WA_QuitOnClose, false);
   setWindowTitle("Kestrelune");
   setWindowIcon(drawing::windowIcon());
-  setAccessibleName(QString::fromStdString(question.title));
-  setAccessibleDescription(QString::fromStdString(question.text));
+  setAccessibleName(QString::fromStdString(question_.title));
+  setAccessibleDescription(QString::fromStdString(question_.text));
+  auto* all = new QVBoxLayout(this);
+  all->setContentsMargins(0, 0, 0, 0);
+  all->setSizeConstraint(QLayout::SetFixedSize);
+  build();
+}
 
+/// Colours and sizes are given to the widgets when they are made: another look needs others.
+void QuestionDialog::build() {
+  if (content_ && question_.field) question_.field->text = fieldText();
+  delete content_;
+  line_ = nullptr;
+  lines_ = nullptr;
+  content_ = new QWidget;
+  layout()->addWidget(content_);
+  const Question& question = question_;
   auto* texts = new QVBoxLayout;
   texts->setSpacing(px(8));
   const QString title = cut(QString::fromStdString(question.title), kLongestTitle);
@@ -124,7 +138,7 @@ QuestionDialog::QuestionDialog(const Question& question) : cancelButton_(questio
   top->addWidget(flameLabel());
   top->addLayout(texts, 1);
   all->addLayout(top);
-  setLayout(all);
+  content_->setLayout(all);
   if (question.field) {
     addField(*question.field);
     QWidget* field = line_ ? static_cast<QWidget*>(line_) : lines_;
@@ -133,24 +147,30 @@ QuestionDialog::QuestionDialog(const Question& question) : cancelButton_(questio
   }
   all->addLayout(buttons);
   all->setContentsMargins(px(20), px(18), px(20), px(16));
-  all->setSizeConstraint(QLayout::SetFixedSize);
+}
+
+bool QuestionDialog::event(QEvent* event) {
+  const bool looksDifferent =
+      event->type() == QEvent::ApplicationPaletteChange || event->type() == QEvent::ApplicationFontChange;
+  if (looksDifferent && content_) build();
+  return QDialog::event(event);
 }
 
 void QuestionDialog::addField(const Question::Field& field) {
   const QString text = QString::fromStdString(field.text), hint = QString::fromStdString(field.placeholder);
   const QSize size(px(field.width), std::max(px(field.height), px(24)));
   if (field.multiline) {
-    lines_ = new QPlainTextEdit(text, this);
+    lines_ = new QPlainTextEdit(text, content_);
     lines_->setPlaceholderText(hint);
     lines_->setTabChangesFocus(true);
     lines_->setFixedSize(size);
     lines_->setFont(metrics::font(13));
     lines_->setAccessibleName(hint);
     // Return is a line's end here.
-    connect(new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Return), this), &QShortcut::activated, this,
+    connect(new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Return), lines_), &QShortcut::activated, this,
             [this] { answer(0); });
   } else {
-    line_ = new QLineEdit(text, this);
+    line_ = new QLineEdit(text, content_);
     line_->setPlaceholderText(hint);
     line_->setFixedSize(size);
     line_->setFont(metrics::font(13));
@@ -169,6 +189,8 @@ void QuestionDialog::answer(std::optional<int> button) {
   if (onAnswered) onAnswered(button, text);
 }
 
-void QuestionDialog::reject() { answer(cancelButton_ >= 0 ? std::optional(cancelButton_) : std::nullopt); }
+void QuestionDialog::reject() {
+  answer(question_.cancelButton >= 0 ? std::optional(question_.cancelButton) : std::nullopt);
+}
 
 }  // namespace kestrelune

@@ -17,19 +17,24 @@ namespace kestrelune {
 class QuestionDialog final : public QDialog {
   Q_OBJECT
  public:
-  explicit QuestionDialog(const Question& question);
+  explicit QuestionDialog(Question question);
 
   /// Called once; no button: closed unanswered.
   std::function<void(std::optional<int> button, const std::string& text)> onAnswered;
 
   void reject() override;
 
+ protected:
+  bool event(QEvent* event) override;
+
  private:
+  void build();
   void addField(const Question::Field& field);
   void answer(std::optional<int> button);
   std::string fieldText() const;
 
-  const int cancelButton_;
+  Question question_;
+  QWidget* content_ = nullptr;
   QLineEdit* line_ = nullptr;
   QPlainTextEdit* lines_ = nullptr;
   bool answered_ = false;

@@ -4,7 +4,9 @@
 #include <QCursor>
 #include <variant>
 
+#include "Activation.hpp"
 #include "Texts.hpp"
+#include "XServer.hpp"
 
 namespace kestrelune {
 namespace {
@@ -45,7 +47,7 @@ void Screen::handle(const messages::Down& message) {
 }
 
 bool Screen::isNeeded() const {
-  return !windows_.empty() || !questions_.empty() || menu_ || statusForms_.visible() || clipboard_.isHolding();
+  return !windows_.empty() || !questions_.empty() || menu_ || statusForms_.isShown() || clipboard_.isHolding();
 }
 
 void Screen::considerEnd() {
@@ -55,9 +57,9 @@ void Screen::considerEnd() {
 
 void Screen::on(const messages::Hello& message) {
   texts::setLanguage(message.language);
-  // On Wayland a client can't place a window; through Xwayland it can.
-  const bool places = QGuiApplication::platformName() != "wayland";
-  connection_.send(messages::Ready{.placesPopups = places, .statusItemForm = statusForms_.form()});
+  const bool places = xserver::inUse() && !xserver::isXwayland();
+  connection_.send(messages::Ready{
+      .placesPopups = places, .throughXwayland = xserver::isXwayland(), .statusItemForm = statusForms_.form()});
 }
 
 void Screen::on(const messages::ShowWindow& message) {
@@ -66,6 +68,7 @@ void Screen::on(const messages::ShowWindow& message) {
     window = std::make_unique<WindowHost>(message.spec, message.tree);
     wire(*window, message.spec.id);
     window->show();
+    if (!message.activationToken.empty()) activation::bringForward(*window, message.activationToken);
   } else {
     window->setSpec(message.spec);
     window->setTree(message.tree);
@@ -92,10 +95,7 @@ void Screen::wire(WindowHost& window, const std::string& id) {
 void Screen::on(const messages::RaiseWindow& message) {
   const auto found = windows_.find(message.id);
   if (found == windows_.end()) return;
-  // The token of the click that led here lets the window come to the front.
-  if (!message.activationToken.empty()) qputenv("XDG_ACTIVATION_TOKEN", message.activationToken.c_str());
-  found->second->bringForward();
-  qunsetenv("XDG_ACTIVATION_TOKEN");
+  activation::bringForward(*found->second, message.activationToken);
 }
 
 void Screen::on(const messages::CloseWindow& message) {
@@ -117,16 +117,14 @@ void Screen::on(const messages::Ask& message) {
     considerEnd();
   };
   dialog->show();
-  dialog->raise();
-  dialog->activateWindow();
+  activation::bringForward(*dialog, message.activationToken);
   questions_[message.id] = std::move(dialog);
 }
 
 void Screen::on(const messages::RaiseQuestion& message) {
   const auto found = questions_.find(message.id);
   if (found == questions_.end()) return;
-  found->second->raise();
-  found->second->activateWindow();
+  activation::bringForward(*found->second, message.activationToken);
 }
 
 void Screen::on(const messages::ShowMenu& message) {
@@ -143,7 +141,7 @@ void Screen::on(const messages::ShowMenu& message) {
   };
   const bool placed = message.place.x && message.place.y;
   const QPoint place = placed                   ? QPoint(*message.place.x, *message.place.y)
-                       : statusForms_.visible() ? statusForms_.menuPlace()
+                       : statusForms_.isShown() ? statusForms_.menuPlace()
                                                 : QCursor::pos();
   menu_->openAt(place);
   connection_.send(messages::MenuOpened{.id = message.id});

@@ -8,8 +8,9 @@
 namespace kestrelune {
 namespace {
 
-/// On Wayland a client can't place a window, and a strip anywhere would be in the way.
-bool placesWindows() { return QGuiApplication::platformName() != "wayland"; }
+/// On Wayland a client can't place a window, and a strip anywhere would be in the way. Through Xwayland it could, but a
+/// menu of it gets no keys: they go to whatever native window has the focus.
+bool placesWindows() { return xserver::inUse() && !xserver::isXwayland(); }
 
 }  // namespace
 

@@ -21,7 +21,8 @@ class StatusForms final : public QObject {
 
   void show(const StatusItemLook& look);
   void hide();
-  bool visible() const { return visible_; }
+  /// There is something to be seen, and not only the wish for it.
+  bool isShown() const { return tray_ || strip_; }
   /// "xembed", "strip" or "none".
   std::string form() const;
   /// Where a menu of this icon opens, in screen coordinates.

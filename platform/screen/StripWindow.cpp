@@ -10,7 +10,6 @@
 #include "Drawing.hpp"
 #include "Metrics.hpp"
 #include "Texts.hpp"
-#include "XServer.hpp"
 
 namespace kestrelune {
 namespace {
@@ -18,20 +17,14 @@ namespace {
 using metrics::px;
 
 constexpr double kHeight = 26, kPadding = 8, kFlameWidth = 22, kFlameHeight = 20, kDot = 8, kGap = 5, kEdge = 8;
-/// Where a compositor keeps to itself what its panel takes, the panel would cover the strip.
-constexpr double kPanelRoom = 40;
 constexpr qsizetype kLongestPill = 200;
 
-Qt::WindowFlags stripFlags() {
-  const Qt::WindowFlags flags =
-      Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint;
-  // A compositor that arranges the windows of Xwayland would put it in the middle of the screen.
-  return xserver::isXwayland() ? flags | Qt::X11BypassWindowManagerHint : flags;
-}
+constexpr Qt::WindowFlags kFlags =
+    Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint;
 
 }  // namespace
 
-StripWindow::StripWindow() : QWidget(nullptr, stripFlags()) {
+StripWindow::StripWindow() : QWidget(nullptr, kFlags) {
   setAttribute(Qt::WA_TranslucentBackground);
   setAttribute(Qt::WA_ShowWithoutActivating);
   setAttribute(Qt::WA_QuitOnClose, false);
@@ -63,9 +56,7 @@ void StripWindow::place() {
   const QScreen* screen = QGuiApplication::primaryScreen();
   if (!screen) return;
   const QRect available = screen->availableGeometry();
-  const bool mayBeCovered = xserver::isXwayland() && available == screen->geometry();
-  setGeometry(available.right() + 1 - width - px(kEdge), available.top() + px(mayBeCovered ? kPanelRoom : kEdge), width,
-              px(kHeight));
+  setGeometry(available.right() + 1 - width - px(kEdge), available.top() + px(kEdge), width, px(kHeight));
   drawing::cutCorners(*this, height() / 2.0);
 }
 
@@ -83,6 +74,11 @@ void StripWindow::paintEvent(QPaintEvent*) {
   drawing::pill(
       painter, {static_cast<int>(icon.right()) + px(kGap), (height() - size.height()) / 2, size.width(), size.height()},
       text, look_.tone);
+}
+
+bool StripWindow::event(QEvent* event) {
+  if (event->type() == QEvent::ApplicationFontChange) place();
+  return QWidget::event(event);
 }
 
 void StripWindow::mouseReleaseEvent(QMouseEvent* event) {

@@ -18,6 +18,7 @@ class StripWindow final : public QWidget {
   std::function<void()> onClicked;
 
  protected:
+  bool event(QEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
   void mouseReleaseEvent(QMouseEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;

@@ -1,5 +1,7 @@
 #include <QBoxLayout>
+#include <QEvent>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <algorithm>
 
 #include "LongList.hpp"
@@ -65,10 +67,26 @@ class ContainerNode final : public ViewNode {
   ViewChildren children_;
 };
 
+/// It scrolls up and down only, so it is never narrower than what it holds.
+class DownwardArea final : public QScrollArea {
+ public:
+  QSize minimumSizeHint() const override {
+    const QSize usual = QScrollArea::minimumSizeHint();
+    const int content = widget() ? widget()->minimumSizeHint().width() + verticalScrollBar()->sizeHint().width() : 0;
+    return {std::max(usual.width(), content), usual.height()};
+  }
+
+ protected:
+  bool eventFilter(QObject* object, QEvent* event) override {
+    if (object == widget() && event->type() == QEvent::LayoutRequest) updateGeometry();
+    return QScrollArea::eventFilter(object, event);
+  }
+};
+
 class ScrollNode final : public ViewNode {
  public:
   explicit ScrollNode(const Emit& emit)
-      : ViewNode(new QScrollArea, emit), content_(new QWidget), layout_(new QVBoxLayout(content_)), children_(emit) {
+      : ViewNode(new DownwardArea, emit), content_(new QWidget), layout_(new QVBoxLayout(content_)), children_(emit) {
     area()->setFrameShape(QFrame::NoFrame);
     area()->setWidgetResizable(true);
     area()->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

@@ -45,6 +45,8 @@ class TextNode final : public ViewNode {
     // A heading stands closer to what it heads than to what is before it.
     label.setContentsMargins(0, view.role == View::Role::heading ? px(8) : 0, 0, 0);
     applyCommon(label, view);
+    // A column that would cut its text with this font gives way.
+    if (view.width > 0) label.setFixedWidth(std::max(px(view.width), label.sizeHint().width()));
   }
 };
 

@@ -8,6 +8,7 @@
 #include "Colors.hpp"
 #include "Drawing.hpp"
 #include "Metrics.hpp"
+#include "Motion.hpp"
 #include "Texts.hpp"
 
 namespace kestrelune {
@@ -89,6 +90,7 @@ SpinnerWidget::SpinnerWidget(QWidget* parent) : QWidget(parent) {
   setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
   timer_.setInterval(kSpinnerFrame);
   connect(&timer_, &QTimer::timeout, this, [this] {
+    if (motion::isReduced()) return;
     turn_ = (turn_ + 1) % kSpinnerSpokes;
     update();
   });

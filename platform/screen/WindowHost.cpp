@@ -138,12 +138,19 @@ PushButton* WindowHost::primaryButton() const {
   return nullptr;
 }
 
-/// Gives the content the height it needs, within what the display has.
+/// What the content needs with this font, within what the display has.
+int WindowHost::leastWidth() const {
+  const QScreen* at = screen() ? screen() : QGuiApplication::primaryScreen();
+  return std::min(root_->widget()->minimumSizeHint().width(), at->availableGeometry().width());
+}
+
+/// Gives the content the room it needs, within what the display has.
 void WindowHost::fit() {
-  if (!scroll_) return;
-  const int width = px(spec_.width);
   QLayout* content = root_->widget()->layout();
   if (content) content->activate();
+  if (!scroll_ && spec_.minWidth > 0) setMinimumWidth(std::max(px(spec_.minWidth), leastWidth()));
+  if (!scroll_) return;
+  const int width = std::max(px(spec_.width), leastWidth());
   const int wanted = content && content->hasHeightForWidth() ? content->totalHeightForWidth(width)
                                                              : root_->widget()->sizeHint().height();
   const QScreen* at = screen() ? screen() : QGuiApplication::primaryScreen();
@@ -151,14 +158,6 @@ void WindowHost::fit() {
   // Left to itself a bar that was there once stays, since the narrower content is higher.
   scroll_->setVerticalScrollBarPolicy(wanted > most ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff);
   setFixedSize(width, std::clamp(wanted, std::min(px(spec_.height), most), most));
-}
-
-void WindowHost::bringForward() {
-  if (isMinimized()) showNormal();
-  show();
-  raise();
-  activateWindow();
-  if (!isActiveWindow()) QApplication::alert(this);
 }
 
 void WindowHost::closeEvent(QCloseEvent* event) {
@@ -231,8 +230,11 @@ void WindowHost::tellFrame() {
 
 bool WindowHost::event(QEvent* event) {
   if (event->type() == QEvent::LayoutRequest) fit();
-  if (event->type() == QEvent::ApplicationPaletteChange && root_) {
-    // Colours are given to the widgets when they are made.
+  const bool looksDifferent =
+      event->type() == QEvent::ApplicationPaletteChange || event->type() == QEvent::ApplicationFontChange;
+  if (looksDifferent && root_) {
+    // Colours and sizes are given to the widgets when they are made.
+    setSpec(WindowSpec(spec_));
     const View tree = root_->view();
     replaceRoot(tree);
     fit();

@@ -24,8 +24,6 @@ class WindowHost final : public QWidget {
 
   void setSpec(const WindowSpec& spec);
   void setTree(const View& tree);
-  /// To the front; asks for attention where the desktop doesn't allow that.
-  void bringForward();
   const WindowSpec& spec() const { return spec_; }
 
   std::function<void(const ViewEvent&)> onEvent;
@@ -43,6 +41,7 @@ class WindowHost final : public QWidget {
  private:
   void replaceRoot(const View& tree);
   void fit();
+  int leastWidth() const;
   void scroll(int key);
   QAbstractScrollArea* scrollingPart() const;
   void focusFirst();

@@ -2,11 +2,27 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 #include "Accessible.hpp"
 #include "Appearance.hpp"
 #include "Screen.hpp"
 #include "Style.hpp"
+
+namespace {
+
+/// The session's own, whatever the toolkit prefers on this desktop: in a Wayland session a window of X11 gets no keys
+/// while another has them, and is blurred at most scales. It is only the way out where the toolkit's plugin is missing.
+void choosePlatform() {
+  if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) return;
+  const bool hasX11 = !qEnvironmentVariableIsEmpty("DISPLAY");
+  if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+    qputenv("QT_QPA_PLATFORM", hasX11 ? "wayland;xcb" : "wayland");
+  else if (hasX11)
+    qputenv("QT_QPA_PLATFORM", "xcb");
+}
+
+}  // namespace
 
 /// The screen of the companion, which starts it with one end of a socket pair: `KestreluneScreen --socket N`.
 int main(int argc, char** argv) {
@@ -18,16 +34,14 @@ int main(int argc, char** argv) {
     std::fputs("This program is started by KestreluneMenu.\n", stderr);
     return 2;
   }
-  // Through Xwayland, where it is there, icon and menu can be placed.
-  if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("DISPLAY"))
-    qputenv("QT_QPA_PLATFORM", "xcb;wayland");
+  choosePlatform();
   QApplication::setQuitOnLastWindowClosed(false);
   QApplication application(argc, argv);
   QApplication::setApplicationName("Kestrelune");
   QApplication::setDesktopFileName("com.kestrelune.menu");
   QApplication::setStyle(new kestrelune::Style);
-  const kestrelune::Appearance appearance;
   kestrelune::accessible::install();
-  kestrelune::Screen screen(descriptor);
+  std::optional<kestrelune::Screen> screen;
+  const kestrelune::Appearance appearance([&] { screen.emplace(descriptor); });
   return QApplication::exec();
 }

@@ -31,7 +31,6 @@ std::string firstLanguage() {
   return languages.empty() ? "en" : languages.front();
 }
 
-constexpr const char* kToken = "XDG_ACTIVATION_TOKEN";
 constexpr std::array kVariables = {"DISPLAY",
                                    "WAYLAND_DISPLAY",
                                    "XAUTHORITY",
@@ -53,7 +52,13 @@ constexpr std::array kVariables = {"DISPLAY",
                                    "ICEAUTHORITY",
                                    "AT_SPI_BUS_ADDRESS",
                                    "GNOME_SETUP_DISPLAY",
-                                   kToken};
+                                   ActivationToken::kNames[0],
+                                   ActivationToken::kNames[1]};
+
+std::string currentDesktop(const Environment& environment) {
+  const auto found = environment.find("XDG_CURRENT_DESKTOP");
+  return found == environment.end() ? "" : found->second;
+}
 
 class CurrentDesktop final : public DesktopSession {
  public:
@@ -65,9 +70,9 @@ class CurrentDesktop final : public DesktopSession {
         bus_(loop),
         link_(loop, clock_, makeScreenStarter(loop, launcher, screenProgram_, environment_),
               ScreenLink::Display::of(environment_), firstLanguage()),
-        statusItem_(loop, bus_, link_, activation_),
+        statusItem_(loop, bus_, link_, activation_, currentDesktop(environment_)),
         windows_(loop, clock_, link_, activation_, options.dryRun),
-        alert_(loop, link_),
+        alert_(loop, link_, activation_),
         pasteboard_(loop, link_),
         notifications_(bus_, activation_),
         fileManager_(bus_),
@@ -75,7 +80,9 @@ class CurrentDesktop final : public DesktopSession {
         terminal_(launcher, loop, systemFiles(), environment_, link_.hasDisplay(), options.dryRun),
         workspace_(
             [this](const Url& file, std::function<void(bool)> answer) { fileManager_.show(file, std::move(answer)); },
-            loop, launcher, systemFiles(), terminal_, environment_, system::homeFolder().path(), options.dryRun) {}
+            loop, launcher, systemFiles(), terminal_, environment_, system::homeFolder().path(), options.dryRun) {
+    activation_.provide(system::environment());
+  }
 
   StatusItem& statusItem() override { return statusItem_; }
   Windows& windows() override { return windows_; }
@@ -87,7 +94,7 @@ class CurrentDesktop final : public DesktopSession {
   Terminal& terminal() override { return terminal_; }
 
   void adopt(const Environment& variables) override {
-    if (const auto token = variables.find(kToken); token != variables.end()) activation_.provide(token->second);
+    activation_.provide(variables);
     const auto display = ScreenLink::Display::of(variables);
     if (!display.exists) return;
     const bool sameDisplay = isSame(variables, {"DISPLAY", "WAYLAND_DISPLAY", "XAUTHORITY", "XDG_RUNTIME_DIR"});
@@ -97,7 +104,7 @@ class CurrentDesktop final : public DesktopSession {
     workspace_.setEnvironment(environment_);
     bus_.move(Bus::userAddress());
     link_.move(makeScreenStarter(loop_, launcher_, screenProgram_, environment_), display, sameDisplay);
-    statusItem_.reconsider();
+    statusItem_.reconsider(currentDesktop(environment_));
   }
 
  private:

@@ -81,6 +81,7 @@ void DesktopWorkspace::canOpen(const Url& url, std::function<void(bool)> answer)
   TaskRequest query = request("xdg-mime", {"query", "default", "x-scheme-handler/" + scheme});
   if (query.executable.empty()) return answerLater(std::move(answer), otherwise);
   query.output = TaskRequest::Stream::capture;
+  query.endsWithUs = true;
   run(query, kQueryPatience, Late::isEnded,
       [answer = std::move(answer), otherwise](const std::optional<TaskEnd>& end, bool) {
         answer(otherwise || (end && endedWell(*end) && !text::trimmed(end->output).empty()));

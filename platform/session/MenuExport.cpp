@@ -282,8 +282,14 @@ bool MenuExport::aboutToShow(std::int32_t id) {
   return true;
 }
 
+void MenuExport::setOpen(bool open) {
+  if (open_ == open) return;
+  open_ = open;
+  events_.openChanged(open);
+}
+
 void MenuExport::opened(const std::string& host) {
-  open_ = true;
+  setOpen(true);
   if (!host.empty())
     host_ = bus_.watchName(
         host, [](const std::string&) {}, [this] { closed(); });
@@ -291,7 +297,7 @@ void MenuExport::opened(const std::string& host) {
 }
 
 void MenuExport::closed() {
-  open_ = false;
+  setOpen(false);
   forgotten_.reset();
   changed();
   // This may be the watch's own call.

@@ -22,6 +22,7 @@ class MenuExport {
   struct Events {
     std::function<void()> willOpen;  ///< compose it now
     std::function<void(const MenuChoice&)> chosen;
+    std::function<void(bool open)> openChanged;  ///< a host shows the menu, or no longer does
   };
 
   MenuExport(Bus& bus, Events events);
@@ -38,6 +39,7 @@ class MenuExport {
 
   void publish();
   void unpublish();
+  void setOpen(bool open);
   void opened(const std::string& host);
   void closed();
   /// `data` of an event is of no interest. False for a number that isn't in use.

@@ -18,9 +18,10 @@ constexpr double kCopyTaken = 2;  ///< seconds after which a screen that lives h
 
 }  // namespace
 
-ScreenAlert::ScreenAlert(RunLoop& loop, ScreenPort& port)
+ScreenAlert::ScreenAlert(RunLoop& loop, ScreenPort& port, ActivationToken& activation)
     : loop_(loop),
       port_(port),
+      activation_(activation),
       listening_(port.listen({[this](const Ready&) { showFirst(); },
                               [this](const Up& message) {
                                 const Answered* answered = std::get_if<Answered>(&message);
@@ -40,17 +41,17 @@ void ScreenAlert::ask(const Question& asked, std::function<void(const Answer&)> 
   const auto equal =
       std::find_if(waiting_.begin(), waiting_.end(), [&](const Asked& other) { return other.question == question; });
   if (equal != waiting_.end()) {
-    if (equal == waiting_.begin() && port_.running()) port_.send(RaiseQuestion{id_});
+    if (equal == waiting_.begin() && port_.running()) port_.send(RaiseQuestion{id_, activation_.take()});
     return;
   }
-  waiting_.push_back({std::move(question), std::move(answered)});
+  waiting_.push_back({std::move(question), std::move(answered), activation_.take()});
   if (waiting_.size() == 1) showFirst();
 }
 
 void ScreenAlert::showFirst() {
   if (waiting_.empty()) return;
   if (!port_.running()) return port_.ensure();
-  port_.send(Ask{++id_, waiting_.front().question});
+  port_.send(Ask{++id_, waiting_.front().question, std::exchange(waiting_.front().token, "")});
 }
 
 /// It may never have been seen: a screen that has nothing to show ends while a question is on its way.

@@ -6,6 +6,7 @@
 
 #include "base/Lifetime.hpp"
 #include "base/Session.hpp"
+#include "session/ActivationToken.hpp"
 #include "session/ScreenPort.hpp"
 
 namespace kestrelune {
@@ -14,7 +15,7 @@ namespace kestrelune {
 /// cancelled.
 class ScreenAlert final : public Alert {
  public:
-  ScreenAlert(RunLoop& loop, ScreenPort& port);
+  ScreenAlert(RunLoop& loop, ScreenPort& port, ActivationToken& activation);
 
   void ask(const Question& question, std::function<void(const Answer&)> answered) override;
 
@@ -22,6 +23,7 @@ class ScreenAlert final : public Alert {
   struct Asked {
     Question question;
     std::function<void(const Answer&)> answered;
+    std::string token;
   };
 
   void showFirst();
@@ -30,6 +32,7 @@ class ScreenAlert final : public Alert {
 
   RunLoop& loop_;
   ScreenPort& port_;
+  ActivationToken& activation_;
   std::deque<Asked> waiting_;  ///< the first is the one being asked
   int id_ = 0;                 ///< of the first
   int losses_ = 0;             ///< screens that ended with the first

@@ -17,8 +17,10 @@
 namespace kestrelune {
 namespace {
 
-/// Read in one pass at most, so that a chattering screen leaves time for others.
+/// Read, and lines handed over, in one pass at most, so that a chattering screen leaves time for others. A line may
+/// mean as much work as composing a menu.
 constexpr std::size_t kMostInOnePass = 1u << 20;
+constexpr int kMostLinesInOnePass = 32;
 
 /// Calls back while a descriptor takes bytes. The loop watches for reading only; an epoll set is itself readable when
 /// something in it is ready.
@@ -76,37 +78,51 @@ class ScreenProcess final : public ScreenChannel {
 
  private:
   void readable() {
+    int lines = 0;
+    deliverLines(lines);
     std::size_t total = 0;
-    while (total < kMostInOnePass) {
+    while (watch_ && total < kMostInOnePass && lines < kMostLinesInOnePass) {
       std::array<char, 65536> bytes;
       const ssize_t count = ::recv(socket_.number(), bytes.data(), bytes.size(), MSG_DONTWAIT);
       if (count < 0 && errno == EINTR) continue;
-      if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return;
+      const bool isEmpty = count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
+      if (isEmpty && !processEnded_) return;
       if (count <= 0) return end();
       total += static_cast<std::size_t>(count);
       buffer_.append(bytes.data(), static_cast<std::size_t>(count));
-      deliverLines();
-      if (!watch_) return;
+      deliverLines(lines);
     }
+    // What is left here makes no descriptor readable.
+    if (watch_ && (!buffer_.empty() || processEnded_)) goOn();
   }
 
-  void deliverLines() {
+  void goOn() {
+    if (std::exchange(goingOn_, true)) return;
+    loop_.post(lifetime_.guarded([this] {
+      goingOn_ = false;
+      if (watch_) readable();
+    }));
+  }
+
+  void deliverLines(int& delivered) {
     std::size_t start = 0;
-    for (std::size_t feed; (feed = buffer_.find('\n', std::max(start, searched_))) != std::string::npos;) {
+    for (std::size_t feed; delivered < kMostLinesInOnePass &&
+                           (feed = buffer_.find('\n', std::max(start, searched_))) != std::string::npos;) {
       const std::string line = buffer_.substr(start, feed - start);
       start = feed + 1;
       searched_ = start;
+      ++delivered;
       events_.line(line);
     }
     buffer_.erase(0, start);
-    searched_ = buffer_.size();
+    searched_ = delivered < kMostLinesInOnePass ? buffer_.size() : 0;
     if (buffer_.size() > messages::kLongestLine) end();
   }
 
   /// What it said last may still lie in the socket; a child of its own that holds the socket must not delay the news.
   void processEnded() {
+    processEnded_ = true;
     if (watch_) readable();
-    end();
   }
 
   void end() {
@@ -122,6 +138,8 @@ class ScreenProcess final : public ScreenChannel {
   std::unique_ptr<Task> task_;
   std::string buffer_;
   std::size_t searched_ = 0;  ///< no line feed before
+  bool goingOn_ = false;
+  bool processEnded_ = false;
   std::unique_ptr<Subscription> watch_;
   std::unique_ptr<WritableWatch> writable_;
   Lifetime lifetime_;

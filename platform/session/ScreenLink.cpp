@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/System.hpp"
+#include "session/SessionCopy.hpp"
 
 namespace kestrelune {
 namespace {
@@ -12,9 +13,11 @@ using namespace messages;
 
 constexpr double kFirstDelay = 0.5;
 constexpr double kLongestDelay = 60;
-constexpr double kProven = 60;       ///< seconds of service after which earlier failures are forgotten
-constexpr double kCheckPeriod = 30;  ///< a screen that answers nothing for that long hangs
-constexpr double kPatience = 5;      ///< for a screen that said it would end
+constexpr double kProven = 60;            ///< seconds of service after which earlier failures are forgotten
+constexpr double kCheckPeriod = 30;       ///< a screen that answers nothing for that long hangs
+constexpr double kPatience = 5;           ///< for a screen that said it would end
+constexpr int kMostHeard = 10'000;        ///< messages between two checks; a window that is dragged sends some thousand
+constexpr std::size_t kMostWaiting = 64;  ///< messages that a screen which reads would have taken long ago
 /// Numbers the questions by which the link sees that the screen lives; others count from 1.
 constexpr int kLinkId = 0;
 
@@ -60,6 +63,7 @@ void ScreenLink::start() {
   outbox_.clear();
   line_.clear();
   written_ = 0;
+  heard_ = 0;
   channel_ = starter_({ofThisRun([this](std::string_view line) { received(line); }), ofThisRun([this] { flush(); }),
                        ofThisRun([this] { ended(Reason::disorder); })});
   if (!channel_) {
@@ -88,12 +92,14 @@ void ScreenLink::move(ScreenStarter starter, Display display, bool sameDisplay) 
 }
 
 void ScreenLink::check() {
+  heard_ = 0;
   if (owesAnswer_) return ended(Reason::disorder);
   owesAnswer_ = true;
   send(AskBounds{kLinkId});
 }
 
 void ScreenLink::received(std::string_view line) {
+  if (++heard_ > kMostHeard) return ended(Reason::disorder);
   Up message;
   try {
     message = decodeUp(line);
@@ -118,6 +124,8 @@ void ScreenLink::becameReady(const Ready& ready) {
   readySince_ = clock_.uptime();
   owesAnswer_ = false;
   display_.placesPopups = ready.placesPopups;
+  if (ready.throughXwayland && !std::exchange(toldXwayland_, true))
+    system::printLine(session_copy::text(session_copy::Key::throughXwayland));
   listeners_.each([&](const Handlers& handlers) {
     if (handlers.started) handlers.started(ready);
   });
@@ -157,6 +165,12 @@ void ScreenLink::send(Down message) {
   if (!ready_) return;
   outbox_.add(std::move(message));
   flush();
+  if (outbox_.size() <= kMostWaiting) return;
+  outbox_.clear();
+  // Whoever sends may not be ready to hear that the screen is lost.
+  loop_.post(lifetime_.guarded([this, run = run_] {
+    if (run == run_ && channel_) ended(Reason::disorder);
+  }));
 }
 
 void ScreenLink::flush() {

@@ -15,8 +15,9 @@
 namespace kestrelune {
 
 /// The one way to the screen: starts it when something must be shown, agrees on the version, and holds to it that it
-/// may die, hang or talk nonsense at any moment. A screen that ended in disorder is started again, on the next
-/// `ensure`, after a wait that doubles from half a second to a minute and is forgotten once a screen served a minute.
+/// may die, hang, talk nonsense or without an end, or read nothing, at any moment. A screen that ended in disorder is
+/// started again, on the next `ensure`, after a wait that doubles from half a second to a minute and is forgotten once
+/// a screen served a minute.
 class ScreenLink final : public ScreenPort {
  public:
   /// What the environment tells of the display.
@@ -56,6 +57,7 @@ class ScreenLink final : public ScreenPort {
   ScreenStarter starter_;
   Display display_;
   std::string language_;
+  bool toldXwayland_ = false;
 
   std::unique_ptr<ScreenChannel> channel_;
   std::uint64_t run_ = 0;  ///< counts the screens, so that an event of an earlier one is known as such
@@ -64,6 +66,7 @@ class ScreenLink final : public ScreenPort {
   ScreenOutbox outbox_;
   std::string line_;  ///< the line being written
   std::size_t written_ = 0;
+  int heard_ = 0;            ///< messages since the last check
   bool owesAnswer_ = false;  ///< the screen was asked and hasn't answered since
   Timer checks_;
 

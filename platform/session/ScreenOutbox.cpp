@@ -56,6 +56,16 @@ struct Merge {
     return false;
   }
 
+  /// One menu is open at a time.
+  bool operator()(ShowMenu&) {
+    forgetMenus();
+    return false;
+  }
+  bool operator()(CloseMenu& close) {
+    forgetMenus();
+    return isWaiting(close);
+  }
+
   bool operator()(UpdateMenu& update) {
     Down* earlier = newest(waiting, [&](Down& other) {
       const ShowMenu* show = as<ShowMenu>(other);
@@ -70,7 +80,7 @@ struct Merge {
   bool operator()(ShowStatusItem& item) { return replace(item); }
   bool operator()(Copy& copy) { return replace(copy); }
   bool operator()(RaiseQuestion& raise) { return isWaiting(raise); }
-  bool operator()(CloseMenu& close) { return !waiting.empty() && waiting.back() == Down(close); }
+  bool operator()(AskBounds& ask) { return isWaiting(ask); }
 
   template <class Message>
   bool operator()(Message&) {
@@ -84,6 +94,9 @@ struct Merge {
     if (!earlier) return false;
     *earlier = std::move(message);
     return true;
+  }
+  void forgetMenus() {
+    std::erase_if(waiting, [](Down& other) { return as<ShowMenu>(other) || as<UpdateMenu>(other); });
   }
   bool isWaiting(const Down& message) { return std::find(waiting.begin(), waiting.end(), message) != waiting.end(); }
 };

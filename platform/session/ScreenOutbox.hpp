@@ -10,7 +10,7 @@ namespace kestrelune {
 
 /// What the screen hasn't been sent yet, in order. A slow screen never makes it grow: of what only replaces something
 /// earlier (trees of a window, looks of the icon, rows of a menu, texts to copy) the newest is kept, at the place of
-/// the one it replaces.
+/// the one it replaces; of menus only the last one is shown.
 class ScreenOutbox {
  public:
   void add(messages::Down message);

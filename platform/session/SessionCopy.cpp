@@ -15,10 +15,18 @@ constexpr Entry entry(Key key) {
     case Key::ok: return {"OK", "OK"};
     case Key::open: return {"Open", "Öffnen"};
     case Key::noTray:
+      return {"Start Kestrelune again for its window. This desktop shows no icons in its bar.",
+              "Starte Kestrelune erneut für sein Fenster. Dieser Desktop zeigt keine Symbole in seiner Leiste."};
+    case Key::noTrayGnome:
       return {
-          "This desktop shows no icons in its bar. Start Kestrelune again whenever you want its window.",
-          "Dieser Desktop zeigt keine Symbole in seiner Leiste. Starte Kestrelune noch einmal, wenn du sein Fenster "
-          "willst."};
+          "Start Kestrelune again for its window. GNOME shows icons in its bar once you install "
+          "gnome-shell-extension-appindicator and switch it on.",
+          "Starte Kestrelune erneut für sein Fenster. GNOME zeigt Symbole in seiner Leiste, sobald du "
+          "gnome-shell-extension-appindicator installierst und einschaltest."};
+    case Key::throughXwayland:
+      return {
+          "Windows go through Xwayland: the toolkit can't reach Wayland (its plugin is in the package qt6-wayland).",
+          "Fenster gehen durch Xwayland: Das Toolkit erreicht Wayland nicht (sein Plugin ist im Paket qt6-wayland)."};
     case Key::noDisplayAsk: return {"No display to ask on: %@", "Kein Bildschirm für die Frage: %@"};
     case Key::noDisplayWindow: return {"No display for the window: %@", "Kein Bildschirm für das Fenster: %@"};
     case Key::noBus: return {"There is no session bus.", "Es gibt keinen Sitzungsbus."};

@@ -9,7 +9,9 @@ namespace kestrelune::session_copy {
 enum class Key {
   ok,                ///< the button of a message that has none
   open,              ///< what a click on a notification does, for servers that show it
-  noTray,            ///< the desktop has no place for the icon
+  noTray,            ///< the desktop has no place for the icon; banners show the first forty characters
+  noTrayGnome,       ///< the same where a package of the distribution helps
+  throughXwayland,   ///< a line of the log
   noDisplayAsk,      ///< %@: the question
   noDisplayWindow,   ///< %@: the window's title
   noBus,             ///< there is no session bus

@@ -231,6 +231,8 @@ void SessionRunLoop::run() {
 
 void SessionRunLoop::stop() { stopped_ = true; }
 
+bool SessionRunLoop::finish(double seconds) { return threads_->finish(seconds); }
+
 std::unique_ptr<RunLoop> makeSessionRunLoop() { return std::make_unique<SessionRunLoop>(); }
 
 }  // namespace kestrelune

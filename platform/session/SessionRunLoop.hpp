@@ -29,6 +29,7 @@ class SessionRunLoop final : public RunLoop {
   [[nodiscard]] std::unique_ptr<Subscription> onSignal(int signal, Work work) override;
   void run() override;
   void stop() override;
+  [[nodiscard]] bool finish(double seconds) override;
 
   /// For the bus to attach itself to.
   sd_event* event() const { return event_; }

@@ -11,10 +11,13 @@ namespace {
 constexpr double kPatience = 1.5;
 /// A menu that comes later than this after the click would only surprise.
 constexpr double kWishSeconds = 5;
+/// The form of an icon that has no place.
+constexpr const char* kNothing = "none";
 
 }  // namespace
 
-StatusItemPresenter::StatusItemPresenter(RunLoop& loop, Bus& bus, ScreenPort& screen, ActivationToken& activation)
+StatusItemPresenter::StatusItemPresenter(RunLoop& loop, Bus& bus, ScreenPort& screen, ActivationToken& activation,
+                                         std::string desktop)
     : loop_(loop),
       screen_(screen),
       exported_(bus, {.willOpen =
@@ -24,7 +27,8 @@ StatusItemPresenter::StatusItemPresenter(RunLoop& loop, Bus& bus, ScreenPort& sc
                       .chosen =
                           [this](const MenuChoice& choice) {
                             if (events_.chosen) events_.chosen(choice);
-                          }}),
+                          },
+                      .openChanged = [&activation](bool open) { activation.hold(open); }}),
       item_(bus, {.hostChanged = [this](bool) { hostChanged(); },
                   .activated =
                       [this](int x, int y) {
@@ -35,7 +39,8 @@ StatusItemPresenter::StatusItemPresenter(RunLoop& loop, Bus& bus, ScreenPort& sc
                       [this] {
                         if (events_.activated) events_.activated();
                       },
-                  .token = [&activation](std::string token) { activation.provide(std::move(token)); }}) {
+                  .token = [&activation](std::string token) { activation.provide(std::move(token)); }}),
+      desktop_(std::move(desktop)) {
   screenListening_ = screen_.listen({.started = [this](const messages::Ready& ready) { screenStarted(ready); },
                                      .received = [this](const messages::Up& message) { screenSaid(message); },
                                      .lost = [this] { screenLost(); }});
@@ -65,7 +70,9 @@ void StatusItemPresenter::hostChanged() {
   patience_ = loop_.after(kPatience, [this] { choose(); });
 }
 
-void StatusItemPresenter::reconsider() {
+void StatusItemPresenter::reconsider(std::string desktop) {
+  desktop_ = std::move(desktop);
+  form_.reset();
   patience_ = loop_.after(kPatience, [this] { choose(); });
 }
 
@@ -73,6 +80,7 @@ void StatusItemPresenter::choose() {
   const bool onScreen = !item_.hasHost() && screen_.hasDisplay();
   if (onScreen == onScreen_) return;
   onScreen_ = onScreen;
+  form_.reset();
   showOnScreen(onScreen);
 }
 
@@ -80,7 +88,7 @@ void StatusItemPresenter::showOnScreen(bool visible) {
   if (visible && !look_) return;
   if (screen_.running()) {
     screen_.send(messages::ShowStatusItem{.visible = visible, .look = look_.value_or(StatusItemLook{})});
-  } else if (visible) {
+  } else if (visible && form_ != kNothing) {
     screen_.ensure();
   }
 }
@@ -97,9 +105,14 @@ void StatusItemPresenter::openAt(messages::MenuPlace place) {
   }
 }
 
+/// At a strip of its own the screen can open one wherever it can show the strip.
+bool StatusItemPresenter::screenOpensMenu() const {
+  return screen_.placesPopups() || (!wanted_->x && form_ == "strip");
+}
+
 /// Where no menu can be placed there is the main window, which has everything.
 void StatusItemPresenter::sendMenu() {
-  if (!screen_.placesPopups()) {
+  if (!screenOpensMenu()) {
     forgetWish();
     if (events_.activated) events_.activated();
     return;
@@ -127,8 +140,7 @@ void StatusItemPresenter::screenStarted(const messages::Ready& ready) {
 
 void StatusItemPresenter::screenSaid(const messages::Up& message) {
   if (const auto* shown = std::get_if<messages::StatusItemForm>(&message)) {
-    if (onScreen_ && shown->form == "none" && events_.unseen)
-      events_.unseen(session_copy::text(session_copy::Key::noTray));
+    screenShows(shown->form);
   } else if (std::holds_alternative<messages::StatusItemClicked>(message)) {
     openAt({});
   } else if (const auto* opened = std::get_if<messages::MenuOpened>(&message)) {
@@ -142,10 +154,19 @@ void StatusItemPresenter::screenSaid(const messages::Up& message) {
   }
 }
 
+void StatusItemPresenter::screenShows(const std::string& form) {
+  if (!onScreen_) return;
+  form_ = form;
+  if (form != kNothing || !events_.unseen) return;
+  const bool gnome = desktop_.find("GNOME") != std::string::npos;
+  events_.unseen({desktop_, session_copy::text(gnome ? session_copy::Key::noTrayGnome : session_copy::Key::noTray)});
+}
+
 void StatusItemPresenter::screenLost() {
   openMenu_.reset();
-  // A screen that ended by itself just as the menu was sent to it must not swallow the click.
-  if (onScreen_ || wanted_) screen_.ensure();
+  // A screen that can show no icon isn't kept for one. And one that ended by itself just as the menu was sent to it
+  // must not swallow the click.
+  if ((onScreen_ && form_ != kNothing) || wanted_) screen_.ensure();
 }
 
 }  // namespace kestrelune

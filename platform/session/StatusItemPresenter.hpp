@@ -17,7 +17,8 @@ namespace kestrelune {
 /// restarts or goes.
 class StatusItemPresenter final : public StatusItem {
  public:
-  StatusItemPresenter(RunLoop& loop, Bus& bus, ScreenPort& screen, ActivationToken& activation);
+  StatusItemPresenter(RunLoop& loop, Bus& bus, ScreenPort& screen, ActivationToken& activation,
+                      std::string desktop = "");
 
   void setEvents(Events events) override { events_ = std::move(events); }
   void show(const StatusItemLook& look) override;
@@ -26,13 +27,15 @@ class StatusItemPresenter final : public StatusItem {
   bool menuIsOpen() const override { return openMenu_.has_value() || exported_.isOpen(); }
   void openMenu() override { openAt({}); }
   void cancelTracking() override;
-  /// The desktop is another one: looks anew for the way to show the icon.
-  void reconsider();
+  /// The desktop is another one, of the kind that XDG_CURRENT_DESKTOP tells: looks anew for the way to show the icon.
+  void reconsider(std::string desktop);
 
  private:
   void hostChanged();
   void choose();
   void showOnScreen(bool visible);
+  bool screenOpensMenu() const;
+  void screenShows(const std::string& form);
   void openAt(messages::MenuPlace place);
   void sendMenu();
   void forgetWish();
@@ -47,7 +50,9 @@ class StatusItemPresenter final : public StatusItem {
   MenuTree menu_;
   MenuExport exported_;
   StatusNotifierItem item_;
+  std::string desktop_;
   bool onScreen_ = false;                      ///< the icon is the screen's to show
+  std::optional<std::string> form_;            ///< how the screen shows it, once it has said so
   std::optional<messages::MenuPlace> wanted_;  ///< our own menu is wanted and hasn't come up yet
   std::optional<int> openMenu_;                ///< our own menu that is open
   int lastMenu_ = 0;

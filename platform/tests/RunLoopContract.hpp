@@ -1,19 +1,15 @@
 #pragma once
 
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
-#include <filesystem>
-#include <memory>
 #include <stdexcept>
 #include <thread>
-#include <utility>
-#include <vector>
 
+#include "Fakes/Testing.hpp"
 #include "base/RunLoop.hpp"
 
 /// What holds for each run loop. Included by the one file that tests a loop, and instantiated there with what makes it.
@@ -124,6 +120,18 @@ TEST_P(RunLoopContract, BackgroundWorkRunsBesideTheLoopAtLowPriorityAndLeavesNoT
   loop->run();
   EXPECT_GE(priority, 10);
   while (threads() > before) std::this_thread::yield();
+}
+
+TEST_P(RunLoopContract, TheEndWaitsForBackgroundWorkNoLongerThanItIsTold) {
+  std::atomic<bool> goesOn = true, begun = false;
+  loop->background([&] {
+    begun = true;
+    while (goesOn) std::this_thread::yield();
+  });
+  while (!begun) std::this_thread::yield();
+  EXPECT_FALSE(loop->finish(0.05));
+  goesOn = false;
+  EXPECT_TRUE(loop->finish(20));
 }
 
 TEST_P(RunLoopContract, StopBeforeRunHolds) {

@@ -34,7 +34,7 @@ Json run(const Arguments& arguments) {
 
   const std::unique_ptr<RunLoop> loop = makePollRunLoop();
   HelperCommandResult result;
-  const ExecuteCommand execute = HelperCommandRunner::executor(*loop);
+  const ExecuteCommand execute = HelperCommandRunner(*loop).executor();
   execute(command, timeoutOption(arguments), [&](const HelperCommandResult& ended) {
     result = ended;
     loop->stop();

@@ -1,9 +1,8 @@
-#include <gtest/gtest.h>
 
-#include <filesystem>
 
 #include "AppConfiguration.hpp"
 #include "Fakes/TestFolder.hpp"
+#include "Fakes/Testing.hpp"
 #include "Runtime.hpp"
 
 namespace kestrelune {
@@ -44,11 +43,7 @@ TEST(Configuration, DryRunNeedsExplicitDistinctPathsOutsideTheUsersFolder) {
     environment.erase(key);
     return environment;
   };
-  const struct {
-    const char* name;
-    Environment environment;
-    bool accepted;
-  } rows[] = {
+  const Table<const char*, Environment, bool> rows = {
       {"separate test paths", good, true},
       {"no status file", without("KESTRELUNE_STATUS_FILE"), false},
       {"no heartbeat file", without("KESTRELUNE_MENUBAR_FILE"), false},
@@ -65,16 +60,16 @@ TEST(Configuration, DryRunNeedsExplicitDistinctPathsOutsideTheUsersFolder) {
       {"a root that is a link", with("KESTRELUNE_HOME", folder.path("tests/link")), false},
       {"the user's folder as the root", with("KESTRELUNE_HOME", folder.path("home/.kestrelune")), false},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
+  for (const auto& [name, environment, wanted] : rows) {
+    SCOPED_TRACE(name);
     bool accepted = true;
     try {
-      Configuration::resolve(row.environment, account.home, false);
+      Configuration::resolve(environment, account.home, false);
     } catch (const RuntimeError& error) {
       EXPECT_EQ(error, RuntimeError::unsafeDryRun());
       accepted = false;
     }
-    EXPECT_EQ(accepted, row.accepted);
+    EXPECT_EQ(accepted, wanted);
   }
   EXPECT_EQ(folder.count("tests"), 2u) << "resolving creates nothing";
 }
@@ -94,12 +89,7 @@ TEST(Configuration, RootAndServiceFollowFromTheKindOfProcess) {
   const Environment home{{"KESTRELUNE_HOME", folder.path("tests/a/../root/")}};
   const std::string service = "/Library/LaunchAgents/com.kestrelune.helper.plist";
 
-  const struct {
-    const char* name;
-    Environment environment;
-    bool runsTests;
-    std::string root, launchAgent;
-  } rows[] = {
+  const Table<const char*, Environment, bool, std::string, std::string> rows = {
       {"an ordinary start ignores KESTRELUNE_HOME", home, false, "home/.kestrelune", "home" + service},
       {"a test process honours it", home, true, "tests/root", "home" + service},
       {"a test process without it", {}, true, "home/.kestrelune", "home" + service},
@@ -108,11 +98,11 @@ TEST(Configuration, RootAndServiceFollowFromTheKindOfProcess) {
       {"a dry run with it", account.dryRun("tests/status.json", "tests/m.json", home), false, "tests/root",
        "tests/root/LaunchAgents/com.kestrelune.helper.plist"},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    const Configuration configuration = Configuration::resolve(row.environment, account.home, row.runsTests);
-    EXPECT_EQ(configuration.helperRoot.path(), folder.path(row.root));
-    EXPECT_EQ(configuration.launchAgentURL.path(), folder.path(row.launchAgent));
+  for (const auto& [name, environment, runsTests, root, launchAgent] : rows) {
+    SCOPED_TRACE(name);
+    const Configuration configuration = Configuration::resolve(environment, account.home, runsTests);
+    EXPECT_EQ(configuration.helperRoot.path(), folder.path(root));
+    EXPECT_EQ(configuration.launchAgentURL.path(), folder.path(launchAgent));
   }
 }
 

@@ -1,11 +1,6 @@
 #include "App.hpp"
 
-#include <gtest/gtest.h>
-
-#include <csignal>
-#include <string>
-#include <vector>
-
+#include "Fakes/Testing.hpp"
 #include "Fakes/World.hpp"
 
 namespace kestrelune {
@@ -23,36 +18,19 @@ struct Program : World {
   AppDelegate delegate;
 };
 
-TEST(App, EachEndingSignalClosesTheMenuAndTerminates) {
-  for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
-    SCOPED_TRACE(number);
-    Program program({});
-    program.session.statusItem().openMenu();
-    EXPECT_TRUE(program.folder.has("runner/menubar.json"));
-    program.loop.raise(number);
-    EXPECT_TRUE(program.loop.stopped());
-    EXPECT_FALSE(program.session.statusItem().open);
-    program.delegate.applicationWillTerminate();
-    EXPECT_FALSE(program.folder.has("runner/menubar.json"));
-  }
-}
-
 TEST(App, QuitAfterTakesANumberOfSeconds) {
-  const struct {
-    Lines arguments;
-    bool dryRun, quits;
-  } rows[] = {
+  const Table<Lines, bool, bool> rows = {
       {{"--quit-after", "2.5"}, true, true}, {{"--quit-after", "abc"}, true, false},
       {{"--quit-after", "2x"}, true, false}, {{"--quit-after", ""}, true, false},
       {{"--quit-after"}, true, false},       {{"--quit-after", "2.5"}, false, false},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(::testing::PrintToString(row.arguments));
-    Program program(row.arguments, row.dryRun);
+  for (const auto& [arguments, dryRun, quits] : rows) {
+    SCOPED_TRACE(::testing::PrintToString(arguments));
+    Program program(arguments, dryRun);
     program.loop.pass(2.4);
     EXPECT_FALSE(program.loop.stopped());
     program.loop.pass(0.2);
-    EXPECT_EQ(program.loop.stopped(), row.quits);
+    EXPECT_EQ(program.loop.stopped(), quits);
   }
 }
 
@@ -84,28 +62,20 @@ TEST(App, ExerciseActionsPrintsOneLineForEach) {
 }
 
 TEST(App, ShowSetupTakesAStepAndOpensWithoutOne) {
-  const struct {
-    Lines arguments;
-    bool dryRun, shown;
-    const char* sameAs;  ///< the value whose window looks the same
-  } rows[] = {
+  // sameAs: the value whose window looks the same
+  const Table<Lines, bool, bool, const char*> rows = {
       {{"--show-setup", "1"}, true, true, "1"}, {{"--show-setup", "3"}, true, true, "3"},
       {{"--show-setup", "7"}, true, true, "1"}, {{"--show-setup", "x"}, true, true, "1"},
       {{"--show-setup"}, true, true, "1"},      {{"--show-setup", "2"}, false, false, ""},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(::testing::PrintToString(row.arguments));
-    Program program(row.arguments, row.dryRun);
-    ASSERT_EQ(program.session.windows().isVisible("setup"), row.shown);
-    if (!row.shown) continue;
-    Program same({"--show-setup", row.sameAs});
+  for (const auto& [arguments, dryRun, shown, sameAs] : rows) {
+    SCOPED_TRACE(::testing::PrintToString(arguments));
+    Program program(arguments, dryRun);
+    ASSERT_EQ(program.session.windows().isVisible("setup"), shown);
+    if (!shown) continue;
+    Program same({"--show-setup", sameAs});
     EXPECT_EQ(program.session.windows().shown.at("setup").tree, same.session.windows().shown.at("setup").tree);
   }
-}
-
-TEST(App, TheHelperIsStartedAndItsUpdateLookedForEveryTenMinutes) {
-  Program program({});
-  EXPECT_EQ(program.loop.timerCount(), 3u) << "refresh, heartbeat, helper";
 }
 
 }  // namespace

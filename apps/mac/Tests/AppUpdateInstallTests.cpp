@@ -1,8 +1,8 @@
-#include <gtest/gtest.h>
 
 #include "AppUpdate.hpp"
 #include "AppUpdateTimes.hpp"
 #include "Fakes/FakeFiles.hpp"
+#include "Fakes/Testing.hpp"
 #include "Fakes/World.hpp"
 #include "base/Digest.hpp"
 #include "base/Move.hpp"
@@ -141,10 +141,12 @@ TEST(AppUpdateInstall, StoppedAnywhereAWholeApplicationIsThereAndTheNextStartGoe
 
 TEST(AppUpdateInstall, EachCallMayFailOnce) {
   for (const Way way : kWays) {
-    for (int n = 1, last = 1; n <= last; ++n) {
+    // 0: the script can't be started.
+    for (int n = 0, last = 1; n <= last; ++n) {
       SCOPED_TRACE(std::to_string(static_cast<int>(way)) + " failed at " + std::to_string(n));
       Account account(way);
       Life life(account.files);
+      life.world.tasks.launchError = n == 0 ? EAGAIN : 0;
       account.files.failAt(n, ENOSPC);
       life.goOn();
       last = std::max(last, account.files.calls());

@@ -1,8 +1,6 @@
 #include "AppUpdatePolicy.hpp"
 
-#include <gtest/gtest.h>
-
-#include <functional>
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {
@@ -20,12 +18,7 @@ AppRelease goodRelease() {
 }
 
 TEST(AppUpdatePolicy, OnlyAFaultlessReleaseMayBeDownloaded) {
-  struct Row {
-    const char* name;
-    std::function<void(AppRelease&)> change;
-    bool admitted;
-  };
-  const Row rows[] = {
+  const Table<const char*, std::function<void(AppRelease&)>, bool> rows = {
       {"good", [](AppRelease&) {}, true},
       {"another format", [](AppRelease& r) { r.schemaVersion = 2; }, false},
       {"no build", [](AppRelease& r) { r.build = 0; }, false},
@@ -52,10 +45,10 @@ TEST(AppUpdatePolicy, OnlyAFaultlessReleaseMayBeDownloaded) {
       {"extension in the query", [](AppRelease& r) { r.url = "https://" + kHost + "/a?b.zip"; }, false},
       {"no address", [](AppRelease& r) { r.url = ""; }, false},
   };
-  for (const Row& row : rows) {
+  for (const auto& [name, change, admitted] : rows) {
     AppRelease release = goodRelease();
-    row.change(release);
-    EXPECT_EQ(AppUpdatePolicy::download(release).has_value(), row.admitted) << row.name;
+    change(release);
+    EXPECT_EQ(AppUpdatePolicy::download(release).has_value(), admitted) << name;
   }
 }
 
@@ -101,12 +94,7 @@ TEST(AppUpdatePolicy, QuietIsWhatIsKnownToBeIdle) {
   const auto counted = [](int running) { return HelperStatus{.tasks = TaskCount{.running = running}}; };
   HelperStatus listed = counted(0);
   listed.running = std::vector<RunningTask>(1);
-  struct Row {
-    const char* name;
-    Snapshot snapshot;
-    bool quiet;
-  };
-  const Row rows[] = {
+  const Table<const char*, Snapshot, bool> rows = {
       {"idle", {.status = counted(0)}, true},
       {"nothing said", {.status = HelperStatus{}}, true},
       {"counted", {.status = counted(2)}, false},
@@ -121,9 +109,9 @@ TEST(AppUpdatePolicy, QuietIsWhatIsKnownToBeIdle) {
       {"outdated", {.status = counted(0), .issue = StatusIssue::outdated}, false},
       {"unsupported", {.status = counted(0), .issue = StatusIssue::unsupported}, false},
   };
-  for (const Row& row : rows) {
-    EXPECT_EQ(AppUpdatePolicy::quiet(row.snapshot, false), row.quiet) << row.name;
-    EXPECT_FALSE(AppUpdatePolicy::quiet(row.snapshot, true)) << row.name;
+  for (const auto& [name, snapshot, quiet] : rows) {
+    EXPECT_EQ(AppUpdatePolicy::quiet(snapshot, false), quiet) << name;
+    EXPECT_FALSE(AppUpdatePolicy::quiet(snapshot, true)) << name;
   }
 }
 

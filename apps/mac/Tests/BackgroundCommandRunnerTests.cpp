@@ -1,14 +1,11 @@
 #include "BackgroundCommandRunner.hpp"
 
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 
-#include <algorithm>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "Fakes/TestLoop.hpp"
+#include "Fakes/Testing.hpp"
 #include "Strings.hpp"
 
 namespace kestrelune {
@@ -22,11 +19,7 @@ std::string lastOf(const std::string& output, std::size_t pieceSize) {
 }
 
 TEST(LastLineTest, IsTheLastOneThatIsntEmptyHoweverThePiecesFall) {
-  struct Row {
-    const char* name;
-    std::string output, line;
-  };
-  const Row rows[] = {
+  const Table<const char*, std::string, std::string> rows = {
       {"nothing", "", ""},
       {"only line ends", "\n\n \n", ""},
       {"empty and blank lines after it", "one\ntwo\n\n   \t\n", "two"},
@@ -37,21 +30,20 @@ TEST(LastLineTest, IsTheLastOneThatIsntEmptyHoweverThePiecesFall) {
       {"a long line", std::string(20000, 'a') + "b\n", std::string(8191, 'a') + "b"},
       {"a long rest", "x\n" + std::string(20000, 'a') + "b", std::string(8191, 'a') + "b"},
   };
-  for (const Row& row : rows)
-    for (const std::size_t size : {1, 7, 4096, 100000})
-      EXPECT_EQ(lastOf(row.output, size), row.line) << row.name << size;
+  for (const auto& [name, output, line] : rows)
+    for (const std::size_t size : {1, 7, 4096, 100000}) EXPECT_EQ(lastOf(output, size), line) << name << size;
 }
 
 struct CommandRunnerTest : testing::Test {
   std::unique_ptr<RunLoop> loop = makePollRunLoop();
-  ExecuteCommand execute = HelperCommandRunner::executor(*loop);
+  ExecuteCommand execute = HelperCommandRunner(*loop).executor();
 
   HelperCommandResult run(const std::string& script, double timeout) {
     return run(HelperCommand{"/bin/sh", {"-c", script}, {{"PATH", "/usr/bin:/bin"}, {"ONLY", "this"}}}, timeout);
   }
   HelperCommandResult run(const HelperCommand& command, double timeout) {
     loop = makePollRunLoop();
-    execute = HelperCommandRunner::executor(*loop);
+    execute = HelperCommandRunner(*loop).executor();
     std::vector<HelperCommandResult> results;
     const auto mainThread = std::this_thread::get_id();
     execute(command, timeout, [&](const HelperCommandResult& result) {
@@ -66,13 +58,7 @@ struct CommandRunnerTest : testing::Test {
 };
 
 TEST_F(CommandRunnerTest, CodesAndLines) {
-  struct Row {
-    const char* name;
-    std::string script;
-    double timeout;
-    HelperCommandResult result;
-  };
-  const Row rows[] = {
+  const Table<const char*, std::string, double, HelperCommandResult> rows = {
       {"success without a word", "exit 0", 10, {0, ""}},
       {"failure with both streams", "echo out; echo reason >&2; exit 3", 10, {3, "reason"}},
       {"its whole environment", "echo \"$ONLY$HOME\"", 10, {0, "this"}},
@@ -80,7 +66,7 @@ TEST_F(CommandRunnerTest, CodesAndLines) {
       {"a timeout with a line", "echo busy; exec sleep 30", 0.1, {124, "busy"}},
       {"a timeout without one", "exec sleep 30", 0.1, {124, Copy::text(Copy::Key::setupTimeout)}},
   };
-  for (const Row& row : rows) EXPECT_EQ(run(row.script, row.timeout), row.result) << row.name;
+  for (const auto& [name, script, timeout, result] : rows) EXPECT_EQ(run(script, timeout), result) << name;
   EXPECT_EQ(run(HelperCommand{"/nonexistent", {}, {}}, 10),
             (HelperCommandResult{HelperCommandResult::kNotStarted, "No such file or directory"}));
 }
@@ -88,16 +74,6 @@ TEST_F(CommandRunnerTest, CodesAndLines) {
 TEST_F(CommandRunnerTest, AChildKeepsOurPriority) {
   EXPECT_EQ(run("nice", 10), run("echo " + std::to_string(getpriority(PRIO_PROCESS, 0)), 10))
       << "that of the watching thread is low";
-}
-
-TEST_F(CommandRunnerTest, FiftyAtOnceEndTogether) {
-  std::vector<int> codes;
-  for (int i = 0; i < 50; ++i)
-    execute({"/bin/sh", {"-c", "sleep 0.5; exit " + std::to_string(i)}, {{"PATH", "/usr/bin:/bin"}}}, 10,
-            [&](const HelperCommandResult& result) { codes.push_back(result.code); });
-  EXPECT_TRUE(serveUntil(*loop, [&] { return codes.size() == 50; }));
-  std::sort(codes.begin(), codes.end());
-  for (int i = 0; i < 50; ++i) EXPECT_EQ(codes[static_cast<std::size_t>(i)], i);
 }
 
 }  // namespace

@@ -1,16 +1,9 @@
 #include "Background.hpp"
 
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <filesystem>
-#include <string>
-#include <vector>
 
-#include "Fakes/TestLoop.hpp"
+#include "Fakes/Testing.hpp"
 #include "Fakes/World.hpp"
 #include "base/System.hpp"
 
@@ -41,10 +34,16 @@ struct BackgroundTest : testing::Test, World {
 };
 
 TEST_F(BackgroundTest, StartsTheHelperUnderItsNameWithItsLog) {
+  const auto descriptors = [] {
+    const std::filesystem::directory_iterator entries("/proc/self/fd");
+    return std::distance(begin(entries), std::filesystem::end(entries));
+  };
+  const auto before = descriptors();
   const auto process = make();
   process->start();
   process->start();
   ASSERT_EQ(started(), 1u);
+  EXPECT_EQ(descriptors(), before) << "the log is the child's alone";
   const TaskRequest& request = tasks.children[0]->request;
   EXPECT_EQ(request.executable, folder.path("root/node/node-v1/bin/Kestrelune"));
   EXPECT_EQ(request.arguments,
@@ -66,19 +65,17 @@ TEST_F(BackgroundTest, ALeashComesBetween) {
 }
 
 TEST_F(BackgroundTest, WithoutWhatItNeedsItStaysQuiet) {
-  struct Row {
-    const char *name, *missing;
-  };
-  for (const Row& row : {Row{"marker", "runner/in-app"}, Row{"runtime", "root/node/current"},
-                         Row{"runner", "root/helper/kestrelune-runner.mjs"}}) {
+  const Table<const char*, const char*> rows = {
+      {"marker", "runner/in-app"}, {"runtime", "root/node/current"}, {"runner", "root/helper/kestrelune-runner.mjs"}};
+  for (const auto& [name, missing] : rows) {
     std::filesystem::remove_all(folder.path("root"));
     SetUp();
-    systemFiles().unlink(folder.path(row.missing));
+    systemFiles().unlink(folder.path(missing));
     const auto process = make();
     process->start();
     loop.pass(3600);
-    EXPECT_EQ(started(), 0u) << row.name;
-    EXPECT_TRUE(lines.empty()) << row.name;
+    EXPECT_EQ(started(), 0u) << name;
+    EXPECT_TRUE(lines.empty()) << name;
   }
 }
 
@@ -91,43 +88,32 @@ TEST_F(BackgroundTest, ADryRunOnlySaysSo) {
 }
 
 TEST_F(BackgroundTest, HowItEndedDecidesWhenItComesBack) {
-  struct Row {
-    const char* name;
-    TaskEnd end;
-    double lived, pause;  // a negative pause: never
-  };
-  for (const Row& row : {Row{"of its own will", exited(0), 5, -1}, Row{"asks for a restart", exited(75), 5, 1},
-                         Row{"asks at once", exited(75), 0, 1}, Row{"fails after 5 seconds", exited(1), 5, 25},
-                         Row{"fails at once", exited(1), 0, 30}, Row{"fails after an hour", exited(1), 3600, 1},
-                         Row{"fails after 29 seconds", exited(1), 29, 1}, Row{"killed", signalled(SIGKILL), 5, 25},
-                         Row{"signal 75", signalled(75), 5, 25}}) {
-    SCOPED_TRACE(row.name);
+  // lived: a negative pause: never
+  const Table<const char*, TaskEnd, double, double> rows = {
+      {"of its own will", exited(0), 5, -1},        {"asks for a restart", exited(75), 5, 1},
+      {"asks at once", exited(75), 0, 1},           {"fails after 5 seconds", exited(1), 5, 25},
+      {"fails at once", exited(1), 0, 30},          {"fails after an hour", exited(1), 3600, 1},
+      {"fails after 29 seconds", exited(1), 29, 1}, {"killed", signalled(SIGKILL), 5, 25},
+      {"signal 75", signalled(75), 5, 25}};
+  for (const auto& [name, how, lived, pause] : rows) {
+    SCOPED_TRACE(name);
     const auto process = make();
     process->start();
     const std::size_t before = started();
-    loop.pass(row.lived);
+    loop.pass(lived);
     clock.set({0});  // a wall clock that jumps changes nothing
-    end(row.end);
+    end(how);
     EXPECT_FALSE(process->running());
-    if (row.pause < 0) {
+    if (pause < 0) {
       loop.pass(7200);
       EXPECT_EQ(started(), before);
       continue;
     }
-    loop.pass(row.pause - 0.01);
+    loop.pass(pause - 0.01);
     EXPECT_EQ(started(), before);
     loop.pass(0.02);
     EXPECT_EQ(started(), before + 1);
   }
-}
-
-TEST_F(BackgroundTest, AMarkerThatHasGoneEndsTheRestarts) {
-  const auto process = make();
-  process->start();
-  end(exited(1));
-  removeMarker();
-  loop.pass(3600);
-  EXPECT_EQ(started(), 1u);
 }
 
 TEST_F(BackgroundTest, StopEndsTheChildOrThePendingStart) {
@@ -207,54 +193,19 @@ TEST_F(BackgroundTest, TheAliasIsALinkToTheRuntime) {
   EXPECT_EQ(BackgroundProcess::executable(folder.url("missing"), disk), folder.url("missing"));
 }
 
-TEST_F(BackgroundTest, TwoHundredRealExitsInARowLeaveNothingBehind) {
-  constexpr int kTimes = 200;
-  folder.write("root/node/node-v1/bin/node",
-               "#!/bin/sh\necho \"$2\"\nn=$(wc -l <'" + folder.path("runner/logs/helper.log") + "')\n[ $n -ge " +
-                   std::to_string(kTimes) +
-                   " ] && exec sleep 60\ncase $((n % 3)) in 0) exit 75;; 1) exit 1;; 2) kill -9 $$;; esac\n");
-  const auto descriptors = [] {
-    const std::filesystem::directory_iterator entries("/proc/self/fd");
-    return std::distance(begin(entries), std::filesystem::end(entries));
-  };
-  const auto logLines = [this] {
-    const std::string log = folder.read("runner/logs/helper.log");
-    return std::count(log.begin(), log.end(), '\n');
-  };
-  const auto real = makePollRunLoop();
-  const auto launcher = makeTaskLauncher(*real);
-  const auto before = descriptors();
-  // The children are real; how long it waits between them is not.
-  BackgroundProcess process(configuration(), {loop, clock, systemFiles(), *launcher, outside().output, ""});
-  process.start();
-  EXPECT_TRUE(serveUntil(*real, [&] {
-    loop.pass(40);
-    if (logLines() >= kTimes && process.running()) process.stop();
-    return logLines() >= kTimes && !process.running();
-  }));
-  EXPECT_EQ(logLines(), kTimes);
-  EXPECT_FALSE(process.running());
-  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child or a zombie is left";
-  EXPECT_EQ(descriptors(), before);
-}
-
 TEST(BackgroundEnvironmentTest, PathHomeAndLanguage) {
   const std::string usual = "/opt/homebrew/bin:/usr/local/bin:/h u/.local/bin:/usr/bin:/bin:/usr/sbin:/sbin";
   const Url home = Url::file("/h u");
-  struct Row {
-    const char* name;
-    Environment base;
-    std::string path, lang;
-  };
-  for (const Row& row :
-       {Row{"nothing", {}, usual, "en_US.UTF-8"},
-        Row{"an old path", {{"PATH", "::bin:/usr/bin:/x:/x:./y:"}, {"LANG", "fr"}}, usual + ":/x", "fr"},
-        Row{"empty values", {{"PATH", ""}, {"LANG", ""}}, usual, ""},
-        Row{"a locale of another variable", {{"LC_ALL", "de_DE.ISO-8859-1"}}, usual, "de_DE.UTF-8"}}) {
-    const Environment got = BackgroundProcess::environment(row.base, home);
-    EXPECT_EQ(got.at("PATH"), row.path) << row.name;
-    EXPECT_EQ(got.at("HOME"), "/h u") << row.name;
-    EXPECT_EQ(got.at("LANG"), row.lang) << row.name;
+  const Table<const char*, Environment, std::string, std::string> rows = {
+      {"nothing", {}, usual, "en_US.UTF-8"},
+      {"an old path", {{"PATH", "::bin:/usr/bin:/x:/x:./y:"}, {"LANG", "fr"}}, usual + ":/x", "fr"},
+      {"empty values", {{"PATH", ""}, {"LANG", ""}}, usual, ""},
+      {"a locale of another variable", {{"LC_ALL", "de_DE.ISO-8859-1"}}, usual, "de_DE.UTF-8"}};
+  for (const auto& [name, base, path, lang] : rows) {
+    const Environment got = BackgroundProcess::environment(base, home);
+    EXPECT_EQ(got.at("PATH"), path) << name;
+    EXPECT_EQ(got.at("HOME"), "/h u") << name;
+    EXPECT_EQ(got.at("LANG"), lang) << name;
   }
   EXPECT_EQ(BackgroundProcess::environment({{"OTHER", "kept"}}, home).at("OTHER"), "kept");
 }

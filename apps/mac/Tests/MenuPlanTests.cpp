@@ -1,10 +1,7 @@
 #include "MenuPlan.hpp"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-
 #include "Fakes/Languages.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {
@@ -161,12 +158,7 @@ TEST_F(MenuPlanTest, ThePillTellsTheMostUrgentThing) {
   HelperStatus both = ended(0);
   both.running = std::vector{RunningTask{.title = "T"}};
   const std::string exact(25, 'x'), tooLong(40, 'x');
-  const struct {
-    const char* name;
-    Signal signal;
-    HelperStatus status;
-    MenuPlan::Pill pill;
-  } rows[] = {
+  const Table<const char*, Signal, HelperStatus, MenuPlan::Pill> rows = {
       {"one nameless", Signal::yellow, asks({}), {"Needs you", Tone::needsYou}},
       {"attention shines through red", Signal::red, asks({.title = "Q"}), {"Q", Tone::needsYou}},
       {"red hides the rest", Signal::red, both, {}},
@@ -185,8 +177,8 @@ TEST_F(MenuPlanTest, ThePillTellsTheMostUrgentThing) {
       {"never blank while running", Signal::running, {}, {"0 running", Tone::running}},
       {"nothing", Signal::green, {}, {}},
   };
-  for (const auto& row : rows)
-    EXPECT_EQ(MenuPlan::pill(snapshotOf(row.status, row.signal), kNow, kUtc), row.pill) << row.name;
+  for (const auto& [name, signal, status, pill] : rows)
+    EXPECT_EQ(MenuPlan::pill(snapshotOf(status, signal), kNow, kUtc), pill) << name;
 }
 
 TEST_F(MenuPlanTest, ConnectionLinesLetPowerWinOverStateAndStateOverAccess) {
@@ -207,10 +199,7 @@ TEST_F(MenuPlanTest, ConnectionLinesLetPowerWinOverStateAndStateOverAccess) {
 }
 
 TEST_F(MenuPlanTest, AppLinesTellTheStateAndTheWayOut) {
-  const struct {
-    HostApp app;
-    const char* line;
-  } rows[] = {
+  const Table<HostApp, const char*> rows = {
       {{.host = "codex", .state = "ready"}, "Codex | this Mac ✓ -> off:app:codex [x]"},
       {{.host = "codex", .state = "ready", .usage = PlanUsage{.left = 40}},
        "Codex | this Mac · 40 % left ✓ -> off:app:codex [x]"},
@@ -226,10 +215,10 @@ TEST_F(MenuPlanTest, AppLinesTellTheStateAndTheWayOut) {
        "Codex | Model m-1 not available -> window:ais [ ]"},
       {{.host = "codex", .state = "model_unavailable"}, "Codex | Model not available -> window:ais [ ]"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [app, line] : rows) {
     HelperStatus status{.schemaVersion = 1};
-    status.apps = std::vector<HostApp>{{.state = "ready"}, {.host = "cursor", .state = "not_installed"}, row.app};
-    EXPECT_EQ(drawn(MenuPlan::yourAIs(status, std::nullopt)), Lines{row.line});
+    status.apps = std::vector<HostApp>{{.state = "ready"}, {.host = "cursor", .state = "not_installed"}, app};
+    EXPECT_EQ(drawn(MenuPlan::yourAIs(status, std::nullopt)), Lines{line});
   }
 }
 
@@ -251,11 +240,7 @@ TEST_F(MenuPlanTest, WorkersShowModeAndChoices) {
   HelperStatus status{.schemaVersion = 1};
   status.apps = std::vector<HostApp>{{.host = "codex", .state = "ready"}, {.host = "cursor", .state = "not_installed"}};
   const std::string automatic = "Automatic -> workers:auto", codex = "Only Codex -> workers:codex";
-  const struct {
-    Workers workers;
-    const char* title;
-    Lines choices;
-  } rows[] = {
+  const Table<Workers, const char*, Lines> rows = {
       {{.mode = "automatic"}, "Workers: Automatic", {automatic + " [x]", codex + " [ ]"}},
       {{.mode = "only", .apps = {{"codex"}}}, "Workers: Only Codex", {automatic + " [ ]", codex + " [x]"}},
       {{.mode = "only", .apps = {{"claude", "cursor", "odd"}}},
@@ -264,12 +249,12 @@ TEST_F(MenuPlanTest, WorkersShowModeAndChoices) {
         "Only Cursor -> workers:cursor [ ]"}},
       {{.mode = "only", .apps = {{"odd"}}}, "Workers: Custom", {automatic + " [ ]", codex + " [ ]"}},
   };
-  for (const auto& row : rows) {
-    status.workers = row.workers;
+  for (const auto& [workers, title, choices] : rows) {
+    status.workers = workers;
     const auto entry = MenuPlan::workers(status);
-    ASSERT_TRUE(entry) << row.title;
-    EXPECT_EQ(entry->title, row.title);
-    Lines expected = row.choices;
+    ASSERT_TRUE(entry) << title;
+    EXPECT_EQ(entry->title, title);
+    Lines expected = choices;
     expected.insert(expected.end(), {"-", "Applies when no app is named"});
     EXPECT_EQ(drawn(*entry->children), expected);
   }
@@ -306,14 +291,6 @@ TEST_F(MenuPlanTest, TheAiBlockKeepsItsOrder) {
   EXPECT_EQ(Lines(lines.begin(), lines.begin() + 11),
             (Lines{"# Needs you", "Q", "-", "# Your AIs", "Auto-Delegate", "Codex", "Shared tools · 0 on",
                    "New: Cursor uses your shared tools", "Workers: Automatic", "Small model", "-"}));
-}
-
-TEST(MenuPlanGerman, SpeaksGerman) {
-  const testing_support::German german;
-  HelperStatus status{.schemaVersion = 1};
-  status.attention.emplace(2, Attention{});
-  EXPECT_EQ(MenuPlan::pill(snapshotOf(status), kNow, kUtc).text, "2 brauchen dich");
-  EXPECT_EQ(titles(MenuPlan::entries(snapshotOf(status), kNow, {}, kUtc)).back(), "Beenden");
 }
 
 }  // namespace

@@ -1,12 +1,8 @@
 #include "Menu.hpp"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <csignal>
-#include <string>
-#include <vector>
 
+#include "Fakes/Testing.hpp"
 #include "Fakes/World.hpp"
 #include "base/Digest.hpp"
 
@@ -149,20 +145,6 @@ TEST_F(MenuTest, TheMainWindowFollowsTheRefreshWhileItIsVisible) {
   EXPECT_EQ(session.windows().texts("main").find("Pick a date"), std::string::npos);
 }
 
-TEST_F(MenuTest, TheMainWindowComesBackWhereItCameToRest) {
-  MenuController& controller = make();
-  controller.showWindow("general");
-  for (const int x : {10, 20, 30}) session.windows().shown.at("main").events.frameChanged({x, 40, 500, 600});
-  session.windows().userCloses("main");
-  controller_.reset();
-  make().showWindow("general");
-  EXPECT_EQ(session.windows().shown.at("main").spec.frame, (Rect{30, 40, 500, 600}));
-  session.windows().shown.at("main").events.frameChanged({50, 40, 500, 600});
-  controller_->stop();
-  make().showWindow("general");
-  EXPECT_EQ(session.windows().shown.at("main").spec.frame, (Rect{50, 40, 500, 600})) << "ended before it rested";
-}
-
 TEST_F(MenuTest, ThereIsOneSetupWindowUntilItIsClosed) {
   MenuController& controller = make();
   controller.performAction("setup");
@@ -175,19 +157,6 @@ TEST_F(MenuTest, ThereIsOneSetupWindowUntilItIsClosed) {
   loop.turn();
   controller.performAction("setup");
   EXPECT_EQ(session.windows().shown.at("setup").tree, account) << "a new one opens at its own step";
-}
-
-TEST_F(MenuTest, AnUpdateOfAnotherProcessIsToldInTheMenu) {
-  folder.write("runner/update-all.json", R"({"schemaVersion":1,"phase":"checking","pid":)" +
-                                             std::to_string(::getpid()) + R"(,"until":")" +
-                                             formatIso8601(clock.now() + 60) + "\"}");
-  writeStatus(R"(,"apps":[{"host":"codex","state":"ready"}])");
-  make();
-  item().openMenu();
-  EXPECT_NE(item().row("Checking the updated apps …"), nullptr);
-  clock.pass(61);
-  item().openMenu();
-  EXPECT_EQ(item().row("Checking the updated apps …"), nullptr);
 }
 
 TEST_F(MenuTest, RestartIsForTheHelperInTheApplicationWhereTheMarkerSaysSo) {
@@ -254,16 +223,6 @@ TEST_F(MenuTest, ASetupStopsTheHelperAndStartsItAgain) {
     EXPECT_EQ(session.alert().asked.empty() ? "" : session.alert().asked.back().text, row.alert);
     EXPECT_EQ(item().row("Set up this Mac …") != nullptr, row.setUpAgain);
   }
-}
-
-TEST_F(MenuTest, OutsideADryRunItIsSilent) {
-  MenuController& controller = make(false);
-  session.windows().frames = {{.width = 400, .height = 300}};
-  controller.exerciseActions();
-  controller.logMenuBounds();
-  loop.pass(60);
-  EXPECT_TRUE(lines.empty());
-  EXPECT_TRUE(tasks.children.empty() && session.workspace().links.empty());
 }
 
 TEST_F(MenuTest, BoundsAreToldOfWhatIsBigEnough) {

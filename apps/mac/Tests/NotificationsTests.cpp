@@ -1,10 +1,6 @@
 #include "Notifications.hpp"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
+#include "Fakes/Testing.hpp"
 #include "Fakes/World.hpp"
 
 namespace kestrelune {

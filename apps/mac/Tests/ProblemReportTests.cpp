@@ -1,10 +1,6 @@
 #include "ProblemReport.hpp"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
+#include "Fakes/Testing.hpp"
 #include "Fakes/World.hpp"
 
 namespace kestrelune {
@@ -74,14 +70,7 @@ struct ProblemReportTest : testing::Test, World {
 };
 
 TEST_F(ProblemReportTest, TheAnswerDecidesWhoChecksAndCancelStartsNothing) {
-  struct Row {
-    const char* name;
-    std::optional<HelperStatus> status;
-    Strings buttons;
-    int button;
-    const char *note, *arguments;
-  };
-  const Row rows[] = {
+  const Table<const char*, std::optional<HelperStatus>, Strings, int, const char*, const char*> rows = {
       {"first", kBoth, {"Check it", "Check with Claude Code", "Cancel"}, 0, " why? ", "en --app codex --note-stdin"},
       {"second", kBoth, {"Check it", "Check with Claude Code", "Cancel"}, 1, " \n", "en --app claude"},
       {"cancel of three", kBoth, {"Check it", "Check with Claude Code", "Cancel"}, 2, "why?", ""},
@@ -89,15 +78,15 @@ TEST_F(ProblemReportTest, TheAnswerDecidesWhoChecksAndCancelStartsNothing) {
       {"closed", kBoth, {"Check it", "Check with Claude Code", "Cancel"}, -1, "why?", ""},
       {"nobody is ready", std::nullopt, {"Check it", "Cancel"}, 0, "", "en"},
   };
-  for (const Row& row : rows) {
+  for (const auto& [name, status, buttons, button, note, arguments] : rows) {
     tasks.children.clear();
-    session.alert().answers.push_back({row.button, row.note});
+    session.alert().answers.push_back({button, note});
     ProblemReporter reporter(configuration(), outside(), actions, notifications);
-    reporter.start({.status = row.status});
+    reporter.start({.status = status});
     loop.turn();
-    EXPECT_EQ(session.alert().asked.back().buttons, row.buttons) << row.name;
+    EXPECT_EQ(session.alert().asked.back().buttons, buttons) << name;
     const std::string tool = folder.path("root/bin/kestrelune") + " report-problem --lang ";
-    EXPECT_EQ(started(), *row.arguments ? tool + row.arguments : "") << row.name;
+    EXPECT_EQ(started(), *arguments ? tool + arguments : "") << name;
   }
 }
 

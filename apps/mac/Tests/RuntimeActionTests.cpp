@@ -1,11 +1,7 @@
 #include "RuntimeAction.hpp"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "Endpoints.hpp"
+#include "Fakes/Testing.hpp"
 #include "base/Text.hpp"
 
 namespace kestrelune {
@@ -67,11 +63,7 @@ TEST(Action, LinksOfTheHelperAreGuarded) {
 }
 
 TEST(Action, ARowAlwaysLeadsSomewhere) {
-  const struct {
-    const char* name;
-    std::optional<std::string> link, task;
-    Action action;
-  } rows[] = {
+  const Table<const char*, std::optional<std::string>, std::optional<std::string>, Action> rows = {
       {"a good link", kService + "/x", "a1", Action::openLink(kService + "/x")},
       {"a bad link", "file:///x", "a1", Action::window("task:a1")},
       {"no link", {}, "a1", Action::window("task:a1")},
@@ -79,7 +71,7 @@ TEST(Action, ARowAlwaysLeadsSomewhere) {
       {"an empty task", {}, "", Action::window("tasks")},
       {"nothing", {}, {}, Action::window("tasks")},
   };
-  for (const auto& row : rows) EXPECT_EQ(Action::open(row.link, row.task), row.action) << row.name;
+  for (const auto& [name, link, task, action] : rows) EXPECT_EQ(Action::open(link, task), action) << name;
 }
 
 TEST(Action, AddressesOfOutsideServices) {

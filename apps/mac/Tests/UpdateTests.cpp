@@ -1,14 +1,9 @@
 #include "Update.hpp"
 
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "Fakes/FakeFiles.hpp"
 #include "Fakes/FakeLoop.hpp"
 #include "Fakes/Languages.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {
@@ -57,11 +52,7 @@ struct AppsUpdaterTest : testing::Test {
 
 TEST_F(AppsUpdaterTest, BelievesOnlyALivingUpdateWithinItsTime) {
   files.alive.insert(7);
-  const struct {
-    const char* name;
-    std::string content;
-    bool busy;
-  } rows[] = {
+  const Table<const char*, std::string, bool> rows = {
       {"updating", progress("updating"), true},
       {"waiting", progress("waiting"), true},
       {"done", progress("done"), false},
@@ -75,9 +66,9 @@ TEST_F(AppsUpdaterTest, BelievesOnlyALivingUpdateWithinItsTime) {
   };
   const auto updater = make();
   EXPECT_FALSE(updater->busy());
-  for (const auto& row : rows) {
-    files.put(kProgressPath, row.content);
-    EXPECT_EQ(updater->busy(), row.busy) << row.name;
+  for (const auto& [name, content, busy] : rows) {
+    files.put(kProgressPath, content);
+    EXPECT_EQ(updater->busy(), busy) << name;
   }
 }
 
@@ -106,15 +97,6 @@ TEST_F(AppsUpdaterTest, AnUpdateStartedElsewhereIsLeftAlone) {
   make()->start();
   EXPECT_TRUE(runs.empty());
   EXPECT_TRUE(events.empty());
-}
-
-TEST_F(AppsUpdaterTest, DryRunOnlySaysSo) {
-  const auto updater = make(true);
-  updater->start();
-  updater->start();
-  EXPECT_TRUE(runs.empty());
-  EXPECT_FALSE(updater->running());
-  EXPECT_EQ(events, (std::vector<std::string>{"DRY_RUN update-all", "DRY_RUN update-all"}));
 }
 
 TEST_F(AppsUpdaterTest, ACommandMayOutliveItsUpdater) {

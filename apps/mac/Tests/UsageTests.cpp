@@ -1,10 +1,9 @@
 #include "Usage.hpp"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 
 #include "Fakes/Languages.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {

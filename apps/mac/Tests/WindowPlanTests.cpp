@@ -1,8 +1,7 @@
 #include "WindowPlan.hpp"
 
-#include <gtest/gtest.h>
-
 #include "Fakes/Languages.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {
@@ -63,29 +62,8 @@ TEST_F(WindowPlanTest, LiveFactsWinAndHistoryAddsTheRest) {
   EXPECT_FALSE(lists.repeats.contains(lists.leftovers[0]));
 }
 
-TEST_F(WindowPlanTest, SubtitleIsTheFirstThatApplies) {
-  const struct {
-    const char* name;
-    WindowTask task;
-    const char* subtitle;
-  } rows[] = {
-      {"a note above all", {.state = "running", .line = "l", .ballAt = "b", .hiddenNote = "n"}, "n"},
-      {"the ball above the line", {.state = "running", .line = "l", .ballAt = "b"}, "Ball with b"},
-      {"the ball only of what runs", {.state = "done", .line = "l", .ballAt = "b"}, "l"},
-      {"an empty line is none", {.state = "done", .line = "", .endedAt = "2026-01-31T08:00:00.5Z"}, "✓ 09:00"},
-      {"a time that can't be read", {.state = "done", .from = "Claude", .endedAt = "08:00"}, "from Claude"},
-      {"nothing known", {}, ""},
-  };
-  for (const auto& row : rows) EXPECT_EQ(WindowPlan::subtitle(row.task, kBerlin), row.subtitle) << row.name;
-}
-
 TEST_F(WindowPlanTest, ScheduleSaysWhenAndWho) {
-  const struct {
-    const char* name;
-    Schedule schedule;
-    const char* english;
-    const char* german;
-  } rows[] = {
+  const Table<const char*, Schedule, const char*, const char*> rows = {
       {"paused without a reason", {.when = "daily", .paused = true}, "Paused", "Pausiert"},
       {"paused for a reason", {.paused = true, .pauseNote = "until May"}, "until May", "until May"},
       {"later today",
@@ -99,10 +77,11 @@ TEST_F(WindowPlanTest, ScheduleSaysWhenAndWho) {
        "daily · Codex"},
       {"nothing known", {}, "", ""},
   };
-  for (const auto& row : rows) EXPECT_EQ(row.schedule.subtitle(kNow, kBerlin), row.english) << row.name;
+  for (const auto& [name, schedule, inEnglish, inGerman] : rows)
+    EXPECT_EQ(schedule.subtitle(kNow, kBerlin), inEnglish) << name;
   const testing_support::German german;
-  for (const auto& row : rows) {
-    EXPECT_EQ(row.schedule.subtitle(kNow, kBerlin), row.german) << row.name;
+  for (const auto& [name, schedule, inEnglish, inGerman] : rows) {
+    EXPECT_EQ(schedule.subtitle(kNow, kBerlin), inGerman) << name;
   }
 }
 

@@ -1,7 +1,6 @@
 #include "WindowViews.hpp"
 
-#include <gtest/gtest.h>
-
+#include "Fakes/Testing.hpp"
 #include "Fakes/World.hpp"
 #include "Window.hpp"
 

@@ -51,6 +51,7 @@ class FakeLoop final : public RunLoop {
   }
   void run() override { turn(); }
   void stop() override { stopped_ = true; }
+  bool finish(double) override { return true; }
 
   bool stopped() const { return stopped_; }
   /// Whether it was stopped since the last time.

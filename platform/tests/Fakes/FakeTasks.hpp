@@ -35,6 +35,7 @@ class FakeTaskLauncher final : public TaskLauncher {
     if (autoEnd) end(children.size() - 1, *autoEnd);
     return {std::make_unique<Handle>(child), 0};
   }
+  void leave() override {}
 
   /// Ends a child; its end is told in a later pass of the loop.
   void end(std::size_t index, TaskEnd how) {

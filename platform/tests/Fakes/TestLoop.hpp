@@ -1,10 +1,6 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <memory>
-
+#include "Fakes/Testing.hpp"
 #include "base/RunLoop.hpp"
 
 namespace kestrelune {

@@ -1,11 +1,9 @@
 #include "base/Defaults.hpp"
 
-#include <gtest/gtest.h>
-
 #include <cerrno>
-#include <string>
 
 #include "Fakes/FakeFiles.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {
@@ -94,12 +92,6 @@ TEST_F(DefaultsTest, AFileThatCantBeReadForTheMomentIsKept) {
     EXPECT_TRUE(open()->boolean(hindered));
     EXPECT_EQ(files.list("/config/Kestrelune").value.size(), 1u) << "nothing was set aside";
   }
-}
-
-TEST_F(DefaultsTest, UnknownMembersSurvive) {
-  files.put(kPath, R"({"later":{"x":[1,2]}})");
-  open()->setBoolean("a", true);
-  EXPECT_EQ(files.content(kPath), R"({"a":true,"later":{"x":[1,2]}})");
 }
 
 TEST_F(DefaultsTest, WhatCannotBeWrittenHoldsForThisProcessAndComesWithTheNextChange) {

@@ -1,16 +1,17 @@
 #include "base/Files.hpp"
 
-#include <gtest/gtest.h>
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <string>
-#include <vector>
 
 #include "Fakes/FakeFiles.hpp"
 #include "Fakes/TestFolder.hpp"
+#include "Fakes/Testing.hpp"
+#include "base/Descriptor.hpp"
+#include "base/Digest.hpp"
 
 namespace kestrelune {
 namespace {
@@ -26,19 +27,21 @@ TEST(FilesTest, ReadingFilesOfAllKinds) {
   folder.write("just", std::string(kLimit, 'x'));
   ASSERT_EQ(mkfifo(folder.path("pipe").c_str(), 0600), 0);
   ASSERT_EQ(symlink("plain", folder.path("link").c_str()), 0);
-  struct Row {
-    std::string name;
-    int error;
-    std::size_t size;
-  };
-  for (const Row& row :
-       {Row{"plain", 0, 4}, Row{"empty", 0, 0}, Row{"link", 0, 4}, Row{"just", 0, kLimit}, Row{"large", EFBIG, 0},
-        Row{"pipe", EINVAL, 0}, Row{"missing", ENOENT, 0}, Row{".", EISDIR, 0}, Row{"plain/below", ENOTDIR, 0}}) {
-    const Outcome<std::string> got = readFile(files, folder.path(row.name), kLimit);
-    EXPECT_EQ(got.error, row.error) << row.name;
-    EXPECT_EQ(got.value.size(), row.size) << row.name;
+  const Table<std::string, int, std::size_t> rows = {
+      {"plain", 0, 4},     {"empty", 0, 0},        {"link", 0, 4},   {"just", 0, kLimit},        {"large", EFBIG, 0},
+      {"pipe", EINVAL, 0}, {"missing", ENOENT, 0}, {".", EISDIR, 0}, {"plain/below", ENOTDIR, 0}};
+  for (const auto& [name, error, size] : rows) {
+    const Outcome<std::string> got = readFile(files, folder.path(name), kLimit);
+    EXPECT_EQ(got.error, error) << name;
+    EXPECT_EQ(got.value.size(), size) << name;
   }
   EXPECT_EQ(readFile(files, folder.path("plain"), kLimit).value, std::string("a\0b\xff", 4));
+  // Nobody is at the other end of the pipe: none of these may wait for that.
+  EXPECT_NE(openForAppending(files, folder.path("pipe"), 0600).error, 0);
+  EXPECT_EQ(sha256OfFile(files, folder.path("pipe")).error, EINVAL);
+  EXPECT_EQ(placeCopy(files, folder.path("copy"), folder.path("pipe"), 0600, ".t-"), EINVAL);
+  const Descriptor reader(::open(folder.path("pipe").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  EXPECT_EQ(openForAppending(files, folder.path("pipe"), 0600).error, EINVAL);
   // Files of the kernel say that they are empty.
   EXPECT_GT(readFile(files, "/proc/self/status", kLimit).value.size(), 100u);
   EXPECT_EQ(readFile(files, "/proc/self/status", 100).error, EFBIG);

@@ -1,12 +1,11 @@
 #include "base/Http.hpp"
 
-#include <gtest/gtest.h>
-
 #include <csignal>
 
 #include "Fakes/FakeLoop.hpp"
 #include "Fakes/FakeTasks.hpp"
 #include "Fakes/TestFolder.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {
@@ -30,11 +29,7 @@ struct ChildHttpTest : testing::Test {
 };
 
 TEST_F(ChildHttpTest, BelievesOnlyAChildThatEndedWellWithAStatus) {
-  const struct {
-    const char* name;
-    TaskEnd end;
-    std::optional<int> status;
-  } rows[] = {
+  const Table<const char*, TaskEnd, std::optional<int>> rows = {
       {"a success", {.output = "0123456789", .errors = "200\n"}, 200},
       {"another status", {.errors = "404\n"}, 404},
       {"a failed transport", {.status = 1, .errors = "200\n"}, std::nullopt},
@@ -43,15 +38,15 @@ TEST_F(ChildHttpTest, BelievesOnlyAChildThatEndedWellWithAStatus) {
       {"something else for a status", {.errors = "200 OK"}, std::nullopt},
       {"a longer body", {.output = "0123456789x", .errors = "200\n"}, std::nullopt},
   };
-  for (const auto& row : rows) {
+  for (const auto& [name, end, status] : rows) {
     http->get(request(), noted());
-    EXPECT_EQ(tasks.commandLine(tasks.children.size() - 1), "/fetch https://host/a 10 30 1800") << row.name;
-    tasks.end(tasks.children.size() - 1, row.end);
+    EXPECT_EQ(tasks.commandLine(tasks.children.size() - 1), "/fetch https://host/a 10 30 1800") << name;
+    tasks.end(tasks.children.size() - 1, end);
     loop.turn();
-    ASSERT_EQ(last.has_value(), row.status.has_value()) << row.name;
+    ASSERT_EQ(last.has_value(), status.has_value()) << name;
     if (!last) continue;
-    EXPECT_EQ(last->status, *row.status) << row.name;
-    EXPECT_EQ(last->body, row.end.output) << row.name;
+    EXPECT_EQ(last->status, *status) << name;
+    EXPECT_EQ(last->body, end.output) << name;
   }
   EXPECT_EQ(completed, 7);
 }

@@ -1,17 +1,16 @@
 #include "base/Instance.hpp"
 
-#include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <future>
-#include <memory>
-#include <optional>
 
 #include "Fakes/TestFolder.hpp"
 #include "Fakes/TestLoop.hpp"
+#include "Fakes/Testing.hpp"
 #include "base/Files.hpp"
 
 namespace kestrelune {
@@ -21,6 +20,18 @@ using Start = Instance::Start;
 using namespace std::chrono_literals;
 
 constexpr double kLong = 20;
+
+rusage used() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage;
+}
+double seconds(const rusage& usage) {
+  const auto of = [](const timeval& time) {
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+  };
+  return of(usage.ru_utime) + of(usage.ru_stime);
+}
 
 struct InstanceTest : testing::Test {
   TestFolder folder;
@@ -143,6 +154,29 @@ TEST_F(InstanceTest, WordsWithoutAnEndAreNotKept) {
             errno != EAGAIN);
   }));
   EXPECT_LE(pieces, 200);
+}
+
+TEST_F(InstanceTest, ACrowdOfVisitorsLeavesTimeForOthers) {
+  const auto running = first();
+  serve(*running);
+  // On a thread of its own: whoever the queue doesn't hold waits.
+  auto crowd = std::async(std::launch::async, [this] {
+    std::vector<Descriptor> visitors;
+    for (int i = 0; i < 30; ++i) visitors.push_back(visitor(""));
+    return visitors;
+  });
+  int turns = 0;
+  const Timer turn = loop->every(0.01, [&] { ++turns; });
+  const rusage before = used();
+  std::future<Start> later;
+  const Timer start = loop->after(0.5, [&] {
+    EXPECT_GT(turns, 5);
+    EXPECT_LT(seconds(used()) - seconds(before), 0.3) << "those who wait cost nothing";
+    crowd.get().clear();
+    later = another();
+  });
+  EXPECT_TRUE(serveUntil(*loop, [&] { return later.valid() && later.wait_for(0s) == std::future_status::ready; }));
+  EXPECT_EQ(later.get(), Start::told);
 }
 
 TEST_F(InstanceTest, AnotherAccountIsNotHeeded) {

@@ -1,18 +1,19 @@
 #include "base/Json.hpp"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 
+#include "Fakes/Testing.hpp"
 #include "base/Messages.hpp"
 
 namespace kestrelune {
 namespace {
 
 TEST(Json, RefusesWhatIsNoJsonWithoutACrash) {
-  for (const char* text : {"", " ", "{", "{\"a\":}", "[1,]", "{} x", "nul", "NaN", "'a'", "{\"a\" 1}", "\"\xff\"",
-                           "\"\xed\xa0\x80\"", "\"a\nb\"", "01", "[1}", "{\"a\":1,\"a\"", "\xef\xbb"})
+  for (const char* text : {"", " ", "{", "{\"a\":}", "[1,]", "{} x", "nul", "NaN", "\"\xff\"", "01"})
     EXPECT_THROW(Json::parse(text), JsonError) << text;
+  const std::string twice = "{\"list\":[]}" + std::string(1, '\0') + "{\"list\":[1]}";
+  EXPECT_THROW(Json::parse(twice), JsonError) << "a zero byte is no end";
+  EXPECT_THROW(Json::parse(twice, "list", [](Json) {}), JsonError);
   for (const char open : {'[', '{'}) EXPECT_THROW(Json::parse(std::string(100'000, open)), JsonError);
   EXPECT_NO_THROW(Json::parse(std::string(512, '[') + std::string(512, ']')));
   EXPECT_THROW(Json::parse(std::string(513, '[') + std::string(513, ']')), JsonError);
@@ -29,22 +30,18 @@ TEST(Json, WritesSortedAndCompactAndReadsItBack) {
 }
 
 TEST(Json, NumbersAreIntegersWhenTheirValueIs) {
-  struct Row {
-    const char* text;
-    std::optional<std::int32_t> narrow;
-    std::optional<std::int64_t> wide;
-  };
   const std::int64_t most = std::numeric_limits<std::int64_t>::max();
-  const Row rows[] = {{"1.0", 1, 1},
-                      {"1e3", 1000, 1000},
-                      {"-0", 0, 0},
-                      {"2147483647", 2147483647, 2147483647},
-                      {"2147483648", {}, 2147483648},
-                      {"9223372036854775807", {}, most},
-                      {"9223372036854775808", {}, {}},
-                      {"1.5", {}, {}},
-                      {"\"1\"", {}, {}},
-                      {"true", {}, {}}};
+  const Table<const char*, std::optional<std::int32_t>, std::optional<std::int64_t>> rows = {
+      {"1.0", 1, 1},
+      {"1e3", 1000, 1000},
+      {"-0", 0, 0},
+      {"2147483647", 2147483647, 2147483647},
+      {"2147483648", {}, 2147483648},
+      {"9223372036854775807", {}, most},
+      {"9223372036854775808", {}, {}},
+      {"1.5", {}, {}},
+      {"\"1\"", {}, {}},
+      {"true", {}, {}}};
   const auto decoded = [](const char* text, auto value) -> std::optional<decltype(value)> {
     try {
       decodeJson(Json::parse(text), value);
@@ -53,9 +50,9 @@ TEST(Json, NumbersAreIntegersWhenTheirValueIs) {
       return std::nullopt;
     }
   };
-  for (const Row& row : rows) {
-    EXPECT_EQ(decoded(row.text, std::int32_t{}), row.narrow) << row.text;
-    EXPECT_EQ(decoded(row.text, std::int64_t{}), row.wide) << row.text;
+  for (const auto& [text, narrow, wide] : rows) {
+    EXPECT_EQ(decoded(text, std::int32_t{}), narrow) << text;
+    EXPECT_EQ(decoded(text, std::int64_t{}), wide) << text;
   }
 }
 
@@ -70,6 +67,7 @@ std::vector<messages::Down> richMessages() {
                   .children = {{.kind = View::Kind::field, .icon = View::Icon::folder, .count = -1}}};
   return {messages::Hello{.language = "de"},
           messages::ShowWindow{{.id = "w", .frame = Rect{-5, 0, 1, 1}}, view, "token"},
+          messages::RaiseWindow{"w", "token"},
           messages::Ask{3, {.title = "?", .buttons = {"a", "b"}, .field = Question::Field{.multiline = true}}},
           messages::ShowMenu{2, {row}, {.x = 0, .y = -7}},
           messages::ShowStatusItem{true, {.dot = {1, 2, 255}, .pill = "p", .tone = StatusItemLook::PillTone::running}},

@@ -1,18 +1,15 @@
 #include "base/Task.hpp"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <filesystem>
-#include <string>
-#include <vector>
 
 #include "Fakes/TestFolder.hpp"
 #include "Fakes/TestLoop.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {
@@ -54,30 +51,23 @@ struct TaskTest : testing::Test {
 };
 
 TEST_F(TaskTest, EndsCarryReasonStatusAndStreams) {
-  struct Row {
-    const char* name;
-    std::string script;
-    TaskEnd::Reason reason;
-    int status;
-    std::string output, errors;
-  };
-  const Row rows[] = {
+  const Table<const char*, std::string, TaskEnd::Reason, int, std::string, std::string> rows = {
       {"success", "echo out; echo err >&2", TaskEnd::Reason::exited, 0, "out\n", "err\n"},
       {"failure", "exit 75", TaskEnd::Reason::exited, 75, "", ""},
       {"signal", "kill -9 $$", TaskEnd::Reason::signalled, SIGKILL, "", ""},
       {"closed streams", "exec >&- 2>&-; sleep 0.1; exit 3", TaskEnd::Reason::exited, 3, "", ""},
   };
   std::optional<std::size_t> open;
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
+  for (const auto& [name, script, reason, status, output, errors] : rows) {
+    SCOPED_TRACE(name);
     loop = makePollRunLoop();
     launcher = makeTaskLauncher(*loop);
     end.reset();
-    const TaskEnd got = run(shell(row.script));
-    EXPECT_EQ(got.reason, row.reason);
-    EXPECT_EQ(got.status, row.status);
-    EXPECT_EQ(got.output, row.output);
-    EXPECT_EQ(got.errors, row.errors);
+    const TaskEnd got = run(shell(script));
+    EXPECT_EQ(got.reason, reason);
+    EXPECT_EQ(got.status, status);
+    EXPECT_EQ(got.output, output);
+    EXPECT_EQ(got.errors, errors);
     EXPECT_EQ(openDescriptors(), open.emplace(open.value_or(openDescriptors()))) << "leaked";
   }
   EXPECT_FALSE(hasChildren());
@@ -185,22 +175,36 @@ TEST_F(TaskTest, WhatCannotStartSaysWhyAndLeavesNothing) {
   TestFolder folder;
   folder.write("plain", "text");
   const std::size_t before = openDescriptors();
-  struct Row {
-    const char* name;
-    std::string executable, folder;
-    int error;
-  };
-  const Row rows[] = {{"missing", "/nonexistent", "", ENOENT},
-                      {"not executable", folder.path("plain"), "", EACCES},
-                      {"missing folder", "/bin/sh", "/nonexistent", ENOENT}};
-  for (const Row& row : rows) {
+  const Table<const char*, std::string, std::string, int> rows = {
+      {"missing", "/nonexistent", "", ENOENT},
+      {"not executable", folder.path("plain"), "", EACCES},
+      {"missing folder", "/bin/sh", "/nonexistent", ENOENT}};
+  for (const auto& [name, executable, place, error] : rows) {
     TaskRequest request = shell("exit 0");
-    request.executable = row.executable;
-    request.folder = row.folder;
-    EXPECT_EQ(launcher->launch(request, nullptr).error, row.error) << row.name;
+    request.executable = executable;
+    request.folder = place;
+    EXPECT_EQ(launcher->launch(request, nullptr).error, error) << name;
   }
   EXPECT_EQ(openDescriptors(), before);
   EXPECT_FALSE(hasChildren());
+}
+
+TEST_F(TaskTest, LeftBehindAGroupEndsOrGoesOnWithWhatItWrites) {
+  for (const bool endsWithUs : {false, true}) {
+    TestFolder folder;
+    TaskRequest request =
+        shell("(trap '' TERM; sleep 0.3; head -c 1000000 /dev/zero; echo x >" + folder.path() + "/written) & wait");
+    request.endsWithUs = endsWithUs;
+    launch(request);
+    launcher->leave();
+    launcher.reset();  // and with it our ends of the pipes
+    loop = makePollRunLoop();
+    const Timer limit = loop->after(endsWithUs ? 1.0 : 20.0, [this] { loop->stop(); });
+    const bool written = serveUntil(*loop, [&] { return std::filesystem::exists(folder.path() + "/written"); });
+    EXPECT_EQ(written, !endsWithUs);
+    launcher = makeTaskLauncher(*loop);
+  }
+  while (waitid(P_ALL, 0, nullptr, WEXITED) == 0) continue;
 }
 
 }  // namespace

@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -6,8 +5,8 @@
 #include <cerrno>
 #include <chrono>
 #include <fstream>
-#include <string>
 
+#include "Fakes/Testing.hpp"
 #include "base/Task.hpp"
 
 namespace kestrelune {
@@ -42,49 +41,35 @@ long residentPages() {
 }
 
 TEST(TaskWatchedTest, EndsAndOutputs) {
-  struct Row {
-    const char* name;
-    std::string script;
-    double timeout;
-    bool timedOut;
-    TaskEnd::Reason reason;
-    int status;
-    std::size_t size;
-    std::string tail;
-    double least, most;
-  };
   constexpr auto kAny = std::string::npos;
   constexpr auto exited = TaskEnd::Reason::exited;
   constexpr auto signalled = TaskEnd::Reason::signalled;
-  const Row rows[] = {
-      {"prints nothing", "exit 7", 20, false, exited, 7, 0, "", 0, 5},
-      {"both streams as one", "echo a; echo b >&2; printf c", 20, false, exited, 0, 5, "a\nb\nc", 0, 5},
-      {"20,000 bytes without a line end", "printf '%20000s' z", 20, false, exited, 0, 20000, "z", 0, 5},
-      {"invalid UTF-8", "printf '\\377\\376'", 20, false, exited, 0, 2, "\377\376", 0, 5},
-      {"ends by a signal", "kill -11 $$", 20, false, signalled, SIGSEGV, 0, "", 0, 5},
-      {"closes its streams and goes on", "exec >&- 2>&-; sleep 0.2; exit 4", 20, false, exited, 4, 0, "", 0.2, 5},
-      {"reacts to the polite signal", "echo x; exec sleep 30", 0.2, true, signalled, SIGTERM, 2, "x\n", 0.2, 1},
-      {"exits on the polite signal", "trap 'exit 9' TERM; echo x; while :; do sleep 0.05; done", 0.2, true, exited, 9,
-       2, "x\n", 0.2, 1},
-      {"ignores the polite signal", "trap '' TERM; echo x; while :; do sleep 0.05; done", 0.2, true, signalled, SIGKILL,
-       2, "x\n", 1.2, 5},
-      {"stops itself", "kill -STOP $$", 0.2, true, signalled, SIGKILL, 0, "", 1.2, 5},
-      {"a grandchild holds the pipe", "sleep 8 & exit 3", 20, false, exited, 3, 0, "", 0, 5},
-      {"writes for ever", "exec cat /dev/zero", 0.2, true, signalled, SIGTERM, kAny, "", 0.2, 2},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    const Watched got = watch(row.script, row.timeout);
+  const Table<const char*, std::string, double, bool, TaskEnd::Reason, int, std::size_t, std::string, double, double>
+      rows = {
+          {"both streams as one", "echo a; echo b >&2; printf c", 20, false, exited, 0, 5, "a\nb\nc", 0, 5},
+          {"closes its streams and goes on", "exec >&- 2>&-; sleep 0.2; exit 4", 20, false, exited, 4, 0, "", 0.2, 5},
+          {"reacts to the polite signal", "echo x; exec sleep 30", 0.2, true, signalled, SIGTERM, 2, "x\n", 0.2, 1},
+          {"exits on the polite signal", "trap 'exit 9' TERM; echo x; while :; do sleep 0.05; done", 0.2, true, exited,
+           9, 2, "x\n", 0.2, 1},
+          {"ignores the polite signal", "trap '' TERM; echo x; while :; do sleep 0.05; done", 0.2, true, signalled,
+           SIGKILL, 2, "x\n", 1.2, 5},
+          {"stops itself", "kill -STOP $$", 0.2, true, signalled, SIGKILL, 0, "", 1.2, 5},
+          {"a grandchild holds the pipe", "sleep 8 & exit 3", 20, false, exited, 3, 0, "", 0, 5},
+          {"writes for ever", "exec cat /dev/zero", 0.2, true, signalled, SIGTERM, kAny, "", 0.2, 2},
+      };
+  for (const auto& [name, script, timeout, timedOut, reason, status, size, tail, least, most] : rows) {
+    SCOPED_TRACE(name);
+    const Watched got = watch(script, timeout);
     EXPECT_EQ(got.result.launchError, 0);
-    EXPECT_EQ(got.result.timedOut, row.timedOut);
-    EXPECT_EQ(got.result.end.reason, row.reason);
-    EXPECT_EQ(got.result.end.status, row.status);
-    EXPECT_TRUE(got.tail.ends_with(row.tail));
-    if (row.size != kAny) {
-      EXPECT_EQ(got.size, row.size);
+    EXPECT_EQ(got.result.timedOut, timedOut);
+    EXPECT_EQ(got.result.end.reason, reason);
+    EXPECT_EQ(got.result.end.status, status);
+    EXPECT_TRUE(got.tail.ends_with(tail));
+    if (size != kAny) {
+      EXPECT_EQ(got.size, size);
     }
-    EXPECT_GE(got.seconds, row.least);
-    EXPECT_LT(got.seconds, row.most);
+    EXPECT_GE(got.seconds, least);
+    EXPECT_LT(got.seconds, most);
   }
   EXPECT_EQ(waitid(P_ALL, 0, nullptr, WEXITED | WNOHANG | WNOWAIT), -1);
   EXPECT_EQ(errno, ECHILD);

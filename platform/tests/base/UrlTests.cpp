@@ -1,9 +1,9 @@
 #include "base/Url.hpp"
 
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include "Fakes/TestFolder.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {

@@ -1,7 +1,6 @@
 #include "fetch/Target.hpp"
 
-#include <gtest/gtest.h>
-
+#include "Fakes/Testing.hpp"
 #include "fetch/Transfer.hpp"
 
 namespace kestrelune::fetch {

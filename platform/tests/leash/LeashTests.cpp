@@ -1,8 +1,6 @@
-#include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <string>
-
+#include "Fakes/Testing.hpp"
 #include "base/Task.hpp"
 
 namespace kestrelune {

@@ -1,12 +1,11 @@
 #include "screen/MenuPopup.hpp"
 
-#include <gtest/gtest.h>
-
 #include <QAccessible>
 #include <QApplication>
 #include <QScreen>
 #include <QTest>
 
+#include "Fakes/Testing.hpp"
 #include "screen/Accessible.hpp"
 
 namespace kestrelune {
@@ -68,12 +67,7 @@ struct MenuPopupTest : testing::Test {
 
 TEST_F(MenuPopupTest, KeysReachEveryPartAndChooseAfterClosing) {
   using namespace Qt;
-  struct Case {
-    const char* name;
-    std::vector<int> keys;
-    std::vector<std::string> said;
-  };
-  const Case cases[] = {
+  const Table<const char*, std::vector<int>, std::vector<std::string>> cases = {
       {"the row itself", {Key_Down, Key_Return}, {"closed", "open:First 0 key:First"}},
       {"Later by Tab", {Key_Down, Key_Tab, Key_Space}, {"closed", "open:First 1 key:First"}},
       {"Done, and back",
@@ -88,12 +82,12 @@ TEST_F(MenuPopupTest, KeysReachEveryPartAndChooseAfterClosing) {
       {"out of the submenu", {Key_M, Key_Right, Key_Escape, Key_Down, Key_Return}, {"closed", "window:tasks 0 "}},
       {"Escape", {Key_Escape}, {"closed"}},
   };
-  for (const Case& each : cases) {
-    SCOPED_TRACE(each.name);
+  for (const auto& [name, pressed, wanted] : cases) {
+    SCOPED_TRACE(name);
     said.clear();
     open();
-    keys(each.keys);
-    EXPECT_EQ(said, each.said);
+    keys(pressed);
+    EXPECT_EQ(said, wanted);
     EXPECT_FALSE(popup->isVisible());
   }
 }

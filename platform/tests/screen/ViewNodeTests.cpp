@@ -1,7 +1,5 @@
 #include "screen/ViewNode.hpp"
 
-#include <gtest/gtest.h>
-
 #include <QAbstractButton>
 #include <QApplication>
 #include <QLabel>
@@ -10,10 +8,12 @@
 #include <QTest>
 #include <QTextDocumentFragment>
 
+#include "Fakes/Testing.hpp"
 #include "screen/Colors.hpp"
 #include "screen/Controls.hpp"
 #include "screen/LongList.hpp"
 #include "screen/MenuRowView.hpp"
+#include "screen/Metrics.hpp"
 #include "screen/QuestionDialog.hpp"
 #include "screen/StripWindow.hpp"
 #include "screen/WindowHost.hpp"
@@ -78,6 +78,10 @@ TEST_F(WindowTest, ARedrawKeepsFocusSelectionAndScroll) {
   EXPECT_EQ(label->selectedText(), "be");
   EXPECT_EQ(bar->value(), 70);
   EXPECT_LT(find("b")->y(), find("a")->y());
+  std::swap(changed.children[1], changed.children[2]);
+  host->setTree(tree);
+  QApplication::processEvents();
+  EXPECT_GT(find("b")->y(), find("a")->y()) << "two that only change places";
 }
 
 TEST_F(WindowTest, AnEqualTreeTouchesNoWidget) {
@@ -149,16 +153,20 @@ TEST_F(WindowTest, TabGoesByWhatIsSeenAndStaysInSight) {
   EXPECT_FALSE(find("end")->visibleRegion().isEmpty()) << "keys that no control wants scroll";
 }
 
-TEST_F(WindowTest, ADesktopThatTurnsDarkIsFollowed) {
+TEST_F(WindowTest, ADesktopThatTurnsDarkOrTakesLargerTextIsFollowed) {
   show({.kind = Kind::stack, .key = "root", .children = {text("words"), button("b")}});
   const auto ink = [this] { return host->findChild<QLabel*>()->palette().color(QPalette::WindowText).lightness(); };
   const int light = ink();
-  colors::setDark(true);
+  const int height = host->findChild<QLabel*>()->fontMetrics().height();
+  colors::setScheme({.dark = true});
+  metrics::setTextFactor(1.5);
   QApplication::processEvents();
   QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
   EXPECT_GT(ink(), light + 100);
+  EXPECT_NEAR(host->findChild<QLabel*>()->fontMetrics().height(), height * 1.5, 2);
   EXPECT_TRUE(find("b")->hasFocus());
-  colors::setDark(false);
+  colors::setScheme({});
+  metrics::setTextFactor(1);
 }
 
 /// A companion that answers what the list asks for.

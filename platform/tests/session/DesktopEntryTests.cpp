@@ -1,10 +1,7 @@
 #include "session/DesktopEntry.hpp"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
 #include "Fakes/TestFolder.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune::desktop_entry {
 namespace {
@@ -22,19 +19,16 @@ TEST(DesktopEntry, ReadsOneGroupAndUnescapesItsValues) {
 }
 
 TEST(DesktopEntry, SplitsCommandLinesAndFillsFieldCodes) {
-  struct Row {
-    const char* exec;
-    Strings words;
-  };
-  for (const Row& row :
-       std::vector<Row>{{"app", {"app"}},
-                        {"  /opt/a/app  --x\t%U ", {"/opt/a/app", "--x"}},
-                        {R"("/opt/a b/app" "%%" "say \"\$hi\" \\")", {"/opt/a b/app", "%", "say \"$hi\" \\"}},
-                        {"app --url=%u %i %c", {"app", "--url=", "--icon", "Picture", "The Name"}},
-                        {R"(app "")", {"app", ""}},
-                        {R"(app "open)", {}},
-                        {"", {}}})
-    EXPECT_EQ(commandLine({{"Exec", row.exec}, {"Icon", "Picture"}, {"Name", "The Name"}}), row.words) << row.exec;
+  const Table<const char*, Strings> rows = {
+      {"app", {"app"}},
+      {"  /opt/a/app  --x\t%U ", {"/opt/a/app", "--x"}},
+      {R"("/opt/a b/app" "%%" "say \"\$hi\" \\")", {"/opt/a b/app", "%", "say \"$hi\" \\"}},
+      {"app --url=%u %i %c", {"app", "--url=", "--icon", "Picture", "The Name"}},
+      {R"(app "")", {"app", ""}},
+      {R"(app "open)", {}},
+      {"", {}}};
+  for (const auto& [exec, words] : rows)
+    EXPECT_EQ(commandLine({{"Exec", exec}, {"Icon", "Picture"}, {"Name", "The Name"}}), words) << exec;
   EXPECT_TRUE(commandLine({{"Name", "nothing to start"}}).empty());
 }
 

@@ -1,8 +1,7 @@
 #include "session/DesktopLoginItem.hpp"
 
-#include <gtest/gtest.h>
-
 #include "Fakes/TestFolder.hpp"
+#include "Fakes/Testing.hpp"
 #include "session/Desktop.hpp"
 #include "session/DesktopEntry.hpp"
 
@@ -24,21 +23,18 @@ struct DesktopLoginItemTest : testing::Test {
 
 TEST_F(DesktopLoginItemTest, TellsWhatTheEntrySays) {
   EXPECT_EQ(item.status(), Status::notRegistered);
-  struct Row {
-    const char* lines;
-    Status status;
-  };
-  for (const Row& row :
-       std::vector<Row>{{"[Desktop Entry]\nExec=x\n", Status::enabled},
-                        {"[Desktop Entry]\nExec=x\nHidden=false\nX-GNOME-Autostart-enabled=true\n", Status::enabled},
-                        {"[Desktop Entry]\nExec=x\nHidden=true\n", Status::requiresApproval},
-                        {"[Desktop Entry]\nHidden=true\n", Status::requiresApproval},
-                        {"[Desktop Entry]\nExec=x\nX-GNOME-Autostart-enabled=false\n", Status::requiresApproval},
-                        {"[Desktop Entry]\nExec=x\n[Other]\nHidden=true\n", Status::enabled},
-                        {"", Status::notRegistered},
-                        {"\xff\xfe nonsense", Status::notRegistered}}) {
-    config.write(kEntry, row.lines);
-    EXPECT_EQ(item.status(), row.status) << row.lines;
+  const Table<const char*, Status> rows = {
+      {"[Desktop Entry]\nExec=x\n", Status::enabled},
+      {"[Desktop Entry]\nExec=x\nHidden=false\nX-GNOME-Autostart-enabled=true\n", Status::enabled},
+      {"[Desktop Entry]\nExec=x\nHidden=true\n", Status::requiresApproval},
+      {"[Desktop Entry]\nHidden=true\n", Status::requiresApproval},
+      {"[Desktop Entry]\nExec=x\nX-GNOME-Autostart-enabled=false\n", Status::requiresApproval},
+      {"[Desktop Entry]\nExec=x\n[Other]\nHidden=true\n", Status::enabled},
+      {"", Status::notRegistered},
+      {"\xff\xfe nonsense", Status::notRegistered}};
+  for (const auto& [lines, status] : rows) {
+    config.write(kEntry, lines);
+    EXPECT_EQ(item.status(), status) << lines;
   }
 }
 
@@ -59,12 +55,6 @@ TEST_F(DesktopLoginItemTest, OneThatTheUserSwitchedOffStaysOffUntilAskedFor) {
   EXPECT_EQ(item.status(), Status::requiresApproval);
   EXPECT_EQ(item.registerItem(true), "");
   EXPECT_EQ(item.status(), Status::enabled);
-}
-
-TEST_F(DesktopLoginItemTest, AnEntryOfAnotherPlaceIsCorrected) {
-  config.write(kEntry, "[Desktop Entry]\nExec=/old/place\n");
-  EXPECT_EQ(item.registerItem(false), "");
-  EXPECT_EQ(config.read(kEntry).find("/old/place"), std::string::npos);
 }
 
 TEST_F(DesktopLoginItemTest, AnEntryOfAnApplicationThatIsGoneIsNone) {

@@ -1,16 +1,14 @@
 #include "session/DesktopTerminal.hpp"
 
-#include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <filesystem>
-
 #include "Fakes/TestFolder.hpp"
 #include "Fakes/TestLoop.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {
@@ -69,20 +67,16 @@ TEST_F(DesktopTerminalTest, ACommandArrivesIntactWhateverItHolds) {
 
 TEST_F(DesktopTerminalTest, EachKindOfEmulatorIsAskedInItsOwnWay) {
   const Strings program = {"sh", "-c", "it's"};
-  struct Row {
-    const char* terminal;
-    Strings arguments;
-  };
-  for (const Row& row : std::vector<Row>{{"xterm", {"-e", "sh", "-c", "it's"}},
-                                         {"/opt/bin/gnome-terminal --wait", {"--wait", "--", "sh", "-c", "it's"}},
-                                         {"xfce4-terminal", {"-x", "sh", "-c", "it's"}},
-                                         {"kitty -1", {"-1", "sh", "-c", "it's"}},
-                                         {"lxterminal", {"--command='sh' '-c' 'it'\\''s'"}},
-                                         {"something-else", {"-e", "sh", "-c", "it's"}}})
-    EXPECT_EQ(
-        terminal_plan::emulatorArguments(terminal_plan::candidates({{"TERMINAL", row.terminal}}).front(), program),
-        row.arguments)
-        << row.terminal;
+  const Table<const char*, Strings> rows = {{"xterm", {"-e", "sh", "-c", "it's"}},
+                                            {"/opt/bin/gnome-terminal --wait", {"--wait", "--", "sh", "-c", "it's"}},
+                                            {"xfce4-terminal", {"-x", "sh", "-c", "it's"}},
+                                            {"kitty -1", {"-1", "sh", "-c", "it's"}},
+                                            {"lxterminal", {"--command='sh' '-c' 'it'\\''s'"}},
+                                            {"something-else", {"-e", "sh", "-c", "it's"}}};
+  for (const auto& [terminal, arguments] : rows)
+    EXPECT_EQ(terminal_plan::emulatorArguments(terminal_plan::candidates({{"TERMINAL", terminal}}).front(), program),
+              arguments)
+        << terminal;
 }
 
 TEST_F(DesktopTerminalTest, TheUsersChoiceComesFirst) {
@@ -112,6 +106,7 @@ TEST_F(DesktopTerminalTest, ACommandThatBeganIsNeverBegunAgain) {
         ++count;
       });
     }
+    void leave() override {}
     TaskLauncher& real;
     int count = 0;
   } ends(*launcher);

@@ -1,12 +1,9 @@
 #include "session/DesktopWorkspace.hpp"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
 #include "Fakes/FakeLoop.hpp"
 #include "Fakes/FakeTasks.hpp"
 #include "Fakes/TestFolder.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {
@@ -61,37 +58,30 @@ const Url kLink = *Url::parse("https://example.com/a?b=c");
 const Url kDeepLink = *Url::parse("someapp://open");
 
 TEST_F(DesktopWorkspaceTest, ALinkIsHandedOverOnlyWhenSomethingHandlesIt) {
-  struct Row {
-    const char* name;
-    const Url& link;
-    const char* browser;
-    int status;
-    const char* output;
-    bool handled;
-  };
-  for (const Row& row : std::vector<Row>{{"an association", kDeepLink, "", 0, "some.desktop\n", true},
-                                         {"none", kDeepLink, "", 0, "\n", false},
-                                         {"none, and a browser", kDeepLink, "firefox", 0, "", false},
-                                         {"the query fails", kDeepLink, "", 3, "usage: some.desktop", false},
-                                         {"the web without an association", kLink, "", 0, "", false},
-                                         {"the web by a browser of the user's", kLink, "firefox", 0, "", true}}) {
-    SCOPED_TRACE(row.name);
+  const Table<const char*, Url, const char*, int, const char*, bool> rows = {
+      {"an association", kDeepLink, "", 0, "some.desktop\n", true},
+      {"none", kDeepLink, "", 0, "\n", false},
+      {"none, and a browser", kDeepLink, "firefox", 0, "", false},
+      {"the query fails", kDeepLink, "", 3, "usage: some.desktop", false},
+      {"the web without an association", kLink, "", 0, "", false},
+      {"the web by a browser of the user's", kLink, "firefox", 0, "", true}};
+  for (const auto& [name, link, browser, status, output, handled] : rows) {
+    SCOPED_TRACE(name);
     answers.clear();
     tasks.children.clear();
-    environment["BROWSER"] = row.browser;
+    environment["BROWSER"] = browser;
     DesktopWorkspace workspace = make();
-    workspace.open(row.link, note());
+    workspace.open(link, note());
     ASSERT_EQ(tasks.children.size(), 1u);
-    EXPECT_EQ(tasks.commandLine(0),
-              folder.path("bin/xdg-mime") + " query default x-scheme-handler/" + *row.link.scheme());
-    end(0, row.status, row.output);
-    ASSERT_EQ(tasks.children.size(), row.handled ? 2u : 1u);
-    if (row.handled) {
-      EXPECT_EQ(tasks.commandLine(1), folder.path("bin/xdg-open") + " " + row.link.text());
+    EXPECT_EQ(tasks.commandLine(0), folder.path("bin/xdg-mime") + " query default x-scheme-handler/" + *link.scheme());
+    end(0, status, output);
+    ASSERT_EQ(tasks.children.size(), handled ? 2u : 1u);
+    if (handled) {
+      EXPECT_EQ(tasks.commandLine(1), folder.path("bin/xdg-open") + " " + link.text());
       EXPECT_FALSE(tasks.children[1]->request.environment->contains("DESKTOP_STARTUP_ID"));
       end(1, 0);
     }
-    EXPECT_EQ(answers, row.handled ? "y" : "n");
+    EXPECT_EQ(answers, handled ? "y" : "n");
   }
 }
 
@@ -132,27 +122,25 @@ TEST_F(DesktopWorkspaceTest, MissingToolsAreAnAnswerToo) {
 }
 
 TEST_F(DesktopWorkspaceTest, OpensApplicationsByTheirId) {
-  struct Row {
-    const char* lines;
-    const char* command;  ///< null: it can't be opened
-  };
-  for (const Row& row : std::vector<Row>{{"Exec=app --new %U\n", " --new"},
-                                         {"Exec=app\nTryExec=none\n", nullptr},
-                                         {"Exec=none\n", nullptr},
-                                         {"Name=nothing to start\n", nullptr}}) {
-    SCOPED_TRACE(row.lines);
+  // command: null: it can't be opened
+  const Table<const char*, const char*> rows = {{"Exec=app --new %U\n", " --new"},
+                                                {"Exec=app\nTryExec=none\n", nullptr},
+                                                {"Exec=none\n", nullptr},
+                                                {"Name=nothing to start\n", nullptr}};
+  for (const auto& [lines, command] : rows) {
+    SCOPED_TRACE(lines);
     answers.clear();
     tasks.children.clear();
-    addApplication("org.example.App", row.lines);
+    addApplication("org.example.App", lines);
     DesktopWorkspace workspace = make();
     workspace.openApplication("org.example.App", note());
     loop.turn();
-    if (row.command) {
-      EXPECT_EQ(tasks.commandLine(0), folder.path("bin/app") + row.command);
+    if (command) {
+      EXPECT_EQ(tasks.commandLine(0), folder.path("bin/app") + command);
       loop.pass(6);
     }
-    EXPECT_EQ(answers, row.command ? "y" : "n");
-    EXPECT_EQ(tasks.children.size(), row.command ? 1u : 0u);
+    EXPECT_EQ(answers, command ? "y" : "n");
+    EXPECT_EQ(tasks.children.size(), command ? 1u : 0u);
   }
   addApplication("org.example.App", "Terminal=true\nExec=app \"it's\"\n");
   DesktopWorkspace workspace = make();
@@ -173,18 +161,6 @@ TEST_F(DesktopWorkspaceTest, WithoutAFileManagerTheFolderIsOpened) {
   loop.turn();
   ASSERT_EQ(tasks.children.size(), 1u);
   EXPECT_EQ(tasks.commandLine(0), folder.path("bin/xdg-open") + " " + file.deletingLastComponent().text());
-}
-
-TEST_F(DesktopWorkspaceTest, ADryRunOpensNothing) {
-  addApplication("org.example.App", "Exec=app\n");
-  DesktopWorkspace workspace = make(true);
-  workspace.open(kLink, note());
-  workspace.openApplication("org.example.App", note());
-  workspace.reveal(Url::file("/tmp/x"));
-  loop.pass(60);
-  EXPECT_EQ(answers, "yy");
-  EXPECT_TRUE(tasks.children.empty());
-  EXPECT_TRUE(shown.empty());
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
 #include "session/MenuLayout.hpp"
 
-#include <gtest/gtest.h>
-
-#include <set>
-
+#include "Fakes/Testing.hpp"
 #include "base/Text.hpp"
 
 namespace kestrelune {
@@ -23,23 +20,21 @@ std::string shown(const MenuLayout& layout, std::int32_t id = MenuLayout::kRoot)
 }
 
 TEST(MenuLayoutTest, LabelsAreWholeLinesThatHostsTakeAsTheyStand) {
-  struct Row {
-    const char* name;
-    std::string title, detail, label;
-  };
-  for (const Row& row : std::vector<Row>{{"title and detail", "Codex", "3 tasks", "Codex — 3 tasks"},
-                                         {"detail only", "", "x", "x"},
-                                         {"access keys", "_a__b", "", "__a____b"},
-                                         {"line ends", "a\nb\tc\r", "", "a b c "},
-                                         {"markup stands", "<b>&amp;</b>", "", "<b>&amp;</b>"},
-                                         {"zero", std::string("a\0b", 3), "", "a\uFFFDb"},
-                                         {"broken", "a\xFF", "", "a\xEF\xBF\xBD"},
-                                         {"long", std::string(10'000, 'x'), "", std::string(199, 'x') + "…"},
-                                         {"marks", 'a' + text::replacedAll(std::string(9000, 'x'), "x", "\u0301"), "",
-                                          'a' + text::replacedAll(std::string(3999, 'x'), "x", "\u0301") + "\uFFFD"},
-                                         {"just not long", std::string(199, 'x'), "", std::string(199, 'x')}}) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(exportedLabel(row.title, row.detail), row.label);
+  const Table<const char*, std::string, std::string, std::string> rows = {
+      {"title and detail", "Codex", "3 tasks", "Codex — 3 tasks"},
+      {"detail only", "", "x", "x"},
+      {"access keys", "_a__b", "", "__a____b"},
+      {"line ends", "a\nb\tc\r", "", "a b c "},
+      {"markup stands", "<b>&amp;</b>", "", "<b>&amp;</b>"},
+      {"zero", std::string("a\0b", 3), "", "a\uFFFDb"},
+      {"broken", "a\xFF", "", "a\xEF\xBF\xBD"},
+      {"long", std::string(10'000, 'x'), "", std::string(199, 'x') + "…"},
+      {"marks", 'a' + text::replacedAll(std::string(9000, 'x'), "x", "\u0301"), "",
+       'a' + text::replacedAll(std::string(3999, 'x'), "x", "\u0301") + "\uFFFD"},
+      {"just not long", std::string(199, 'x'), "", std::string(199, 'x')}};
+  for (const auto& [name, title, detail, label] : rows) {
+    SCOPED_TRACE(name);
+    EXPECT_EQ(exportedLabel(title, detail), label);
   }
 }
 
@@ -74,27 +69,23 @@ TEST(MenuLayoutTest, EachFormBecomesPlainItems) {
 }
 
 TEST(MenuLayoutTest, NumbersStayWithTheirEntryAndNeverServeAnother) {
-  struct Row {
-    const char* name;
-    MenuTree menu;
-    bool changed;
-  };
   const MenuRow a = line("A", "chat"), b = line("B", "chat"), c = line("C", "other");
   MenuRow detailed = a;
   detailed.detail = "2 min";
   MenuLayout layout;
   std::map<std::int32_t, std::string> owners;
   std::map<std::string, std::int32_t> last;
-  for (const Row& row : std::vector<Row>{{"first", {a, b, c}, true},
-                                         {"the same", {a, b, c}, false},
-                                         {"moved", {c, a, b}, true},
-                                         {"gone", {b, c}, true},
-                                         {"back, with a detail", {detailed, b, c}, true},
-                                         {"another in its place", {line("D", "chat"), c}, true},
-                                         {"equal twins", {c, c}, true},
-                                         {"deeper", {{.title = "B", .children = {b}}, c}, true}}) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(layout.setMenu(row.menu), row.changed);
+  const Table<const char*, MenuTree, bool> rows = {{"first", {a, b, c}, true},
+                                                   {"the same", {a, b, c}, false},
+                                                   {"moved", {c, a, b}, true},
+                                                   {"gone", {b, c}, true},
+                                                   {"back, with a detail", {detailed, b, c}, true},
+                                                   {"another in its place", {line("D", "chat"), c}, true},
+                                                   {"equal twins", {c, c}, true},
+                                                   {"deeper", {{.title = "B", .children = {b}}, c}, true}};
+  for (const auto& [what, menu, changed] : rows) {
+    SCOPED_TRACE(what);
+    EXPECT_EQ(layout.setMenu(menu), changed);
     for (const auto& [id, item] : layout.items()) {
       const std::string name = item.label.substr(0, 1) + (item.children.empty() ? "" : ">");
       EXPECT_EQ(owners.emplace(id, name).first->second, name) << "number " << id;

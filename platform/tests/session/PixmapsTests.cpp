@@ -1,8 +1,7 @@
 #include "session/Pixmaps.hpp"
 
-#include <gtest/gtest.h>
-
 #include "Fakes/Contrast.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -10,11 +9,9 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <functional>
-#include <string>
-#include <vector>
 
 #include "Fakes/TestFolder.hpp"
+#include "Fakes/Testing.hpp"
 #include "session/SessionRunLoop.hpp"
 
 namespace kestrelune {

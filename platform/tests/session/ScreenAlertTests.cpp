@@ -1,9 +1,8 @@
 #include "session/ScreenAlert.hpp"
 
-#include <gtest/gtest.h>
-
 #include "FakeScreenPort.hpp"
 #include "Fakes/FakeLoop.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {
@@ -31,7 +30,8 @@ struct ScreenAlertTest : testing::Test {
   FakeClock clock;
   FakeLoop loop{clock};
   FakeScreenPort port;
-  ScreenAlert alert{loop, port};
+  ActivationToken activation{clock};
+  ScreenAlert alert{loop, port, activation};
   Strings answers;
 };
 
@@ -76,13 +76,6 @@ TEST_F(ScreenAlertTest, WhatTwoScreensTakeAlongCountsAsCancelledAndTheNextIsAske
   port.lose();
   EXPECT_FALSE(port.start());
   EXPECT_EQ(answers, (Strings{"a-", "b0"}));
-}
-
-TEST_F(ScreenAlertTest, AQuestionAskedFromAnAnswerIsAskedToo) {
-  alert.ask(question("first"), [this](const Answer&) { ask("second"); });
-  port.start();
-  answer(0);
-  EXPECT_EQ(asked(), (Strings{"first", "second"}));
 }
 
 TEST_F(ScreenAlertTest, WithoutADisplayALineTellsAndNothingIsAnswered) {

@@ -1,12 +1,10 @@
 #include "session/ScreenChannel.hpp"
 
-#include <gtest/gtest.h>
 #include <signal.h>
-
-#include <filesystem>
 
 #include "Fakes/TestFolder.hpp"
 #include "Fakes/TestLoop.hpp"
+#include "Fakes/Testing.hpp"
 #include "base/System.hpp"
 
 namespace kestrelune {
@@ -89,6 +87,20 @@ TEST_F(ScreenChannelTest, ALineThatNeverEndsIsTheEnd) {
   ASSERT_TRUE(served([&] { return ended > 0; }));
   EXPECT_TRUE(lines.empty());
   channel->kill();
+}
+
+TEST_F(ScreenChannelTest, AFloodOfLinesLeavesTimeForOthersAndLosesNone) {
+  ASSERT_TRUE(start("yes x | head -n 5000 >&3\n"));
+  std::size_t most = 0, before = 0;
+  RunLoop::Work turn = [&] {
+    most = std::max(most, lines.size() - before);
+    before = lines.size();
+    if (ended == 0) loop->post(turn);
+  };
+  loop->post(turn);
+  ASSERT_TRUE(served([&] { return ended > 0; }));
+  EXPECT_EQ(lines.size(), 5000u);
+  EXPECT_LE(most, 100u) << "in one pass";
 }
 
 TEST_F(ScreenChannelTest, AProgramThatIsMissingIsNoScreen) {

@@ -1,10 +1,7 @@
 #include "session/ScreenLink.hpp"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-
 #include "Fakes/FakeLoop.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {
@@ -90,7 +87,7 @@ TEST_F(ScreenLinkTest, SpeaksOnlyAfterBothSidesAgree) {
   EXPECT_TRUE(screen().heard() == (std::vector<Down>{Hello{kVersion, "de"}}));
   EXPECT_FALSE(link.running());
 
-  screen().say(Ready{kVersion, false, ""});
+  screen().say(Ready{kVersion, false, false, ""});
   EXPECT_TRUE(link.running());
   EXPECT_FALSE(link.placesPopups());
   EXPECT_EQ(started, 1);
@@ -101,18 +98,15 @@ TEST_F(ScreenLinkTest, SpeaksOnlyAfterBothSidesAgree) {
 }
 
 TEST_F(ScreenLinkTest, NothingStartsWithoutADisplay) {
-  struct Row {
-    Environment environment;
-    bool exists, placesPopups;
-  };
-  for (const Row& row : std::vector<Row>{{{}, false, false},
-                                         {{{"DISPLAY", ""}}, false, false},
-                                         {{{"DISPLAY", ":0"}}, true, true},
-                                         {{{"WAYLAND_DISPLAY", "wayland-0"}}, true, false},
-                                         {{{"DISPLAY", ":0"}, {"WAYLAND_DISPLAY", "wayland-0"}}, true, false}}) {
-    const auto display = ScreenLink::Display::of(row.environment);
-    EXPECT_EQ(display.exists, row.exists);
-    EXPECT_EQ(display.placesPopups, row.placesPopups);
+  const Table<Environment, bool, bool> rows = {{{}, false, false},
+                                               {{{"DISPLAY", ""}}, false, false},
+                                               {{{"DISPLAY", ":0"}}, true, true},
+                                               {{{"WAYLAND_DISPLAY", "wayland-0"}}, true, false},
+                                               {{{"DISPLAY", ":0"}, {"WAYLAND_DISPLAY", "wayland-0"}}, true, false}};
+  for (const auto& [environment, exists, placesPopups] : rows) {
+    const auto display = ScreenLink::Display::of(environment);
+    EXPECT_EQ(display.exists, exists);
+    EXPECT_EQ(display.placesPopups, placesPopups);
   }
   ScreenLink without(
       loop, clock, [](const ScreenChannel::Events&) -> std::unique_ptr<ScreenChannel> { throw std::logic_error(""); },
@@ -123,27 +117,26 @@ TEST_F(ScreenLinkTest, NothingStartsWithoutADisplay) {
 }
 
 TEST_F(ScreenLinkTest, DisorderEndsAScreenOnceAndTheNextOneWaits) {
-  struct Row {
-    const char* name;
-    bool ready;
-    std::function<void(FakeScreen&)> disorder;
-    double wait;
-  };
-  const std::vector<Row> rows = {
+  const Table<const char*, bool, std::function<void(FakeScreen&)>, double> rows = {
       {"it dies at its start", false, [](FakeScreen& s) { s.events.ended(); }, 0.5},
       {"it dies later", true, [](FakeScreen& s) { s.events.ended(); }, 0.5},
       {"no JSON", true, [](FakeScreen& s) { s.sayLine("Segmentation fault"); }, 0.5},
       {"an unknown type", true, [](FakeScreen& s) { s.sayLine(R"({"type":"hocus"})"); }, 0.5},
       {"another first word", false, [](FakeScreen& s) { s.say(WindowClosed{"a"}); }, 0.5},
       {"ready twice", true, [](FakeScreen& s) { s.say(Ready{}); }, 0.5},
+      {"talk without an end", true,
+       [](FakeScreen& s) {
+         for (int i = 0; i < 20'000 && !s.killed; ++i) s.say(StatusItemClicked{});
+       },
+       0.5},
       {"another version", false, [](FakeScreen& s) { s.sayLine(R"({"type":"ready","version":99})"); }, 60},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
+  for (const auto& [name, ready, disorder, wait] : rows) {
+    SCOPED_TRACE(name);
     Rig rig;
     rig.link.ensure();
-    if (row.ready) rig.screen().say(Ready{});
-    row.disorder(rig.screen());
+    if (ready) rig.screen().say(Ready{});
+    disorder(rig.screen());
     EXPECT_TRUE(rig.screen().killed) << "at once";
     rig.screen().events.ended();  // the news of its end comes after that
     rig.loop.turn();
@@ -151,7 +144,7 @@ TEST_F(ScreenLinkTest, DisorderEndsAScreenOnceAndTheNextOneWaits) {
     EXPECT_FALSE(rig.link.running());
     EXPECT_TRUE(rig.screen().killed);
     EXPECT_FALSE(rig.screen().connected);
-    rig.loop.pass(row.wait - 0.1);
+    rig.loop.pass(wait - 0.1);
     EXPECT_EQ(rig.screens.size(), 1u);
     rig.loop.pass(0.2);
     EXPECT_EQ(rig.screens.size(), 2u);
@@ -243,6 +236,16 @@ TEST_F(ScreenLinkTest, ASlowScreenGetsTheNewestTreeOnly) {
   for (const Down& message : screen().heard())
     if (const auto* window = std::get_if<ShowWindow>(&message)) texts.push_back(window->tree.text);
   EXPECT_EQ(texts, (std::vector<std::string>{"0", "999"})) << "the first was half written";
+}
+
+TEST_F(ScreenLinkTest, AScreenThatReadsNothingIsEnded) {
+  startReady();
+  screen().room = 1;
+  for (int number = 0; number < 100; ++number) link.send(Ask{number, {}});
+  EXPECT_EQ(lost, 0) << "not from within a sender's call";
+  loop.turn();
+  EXPECT_EQ(lost, 1);
+  EXPECT_TRUE(screens.front()->killed);
 }
 
 }  // namespace

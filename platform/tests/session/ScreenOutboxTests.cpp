@@ -1,6 +1,6 @@
 #include "session/ScreenOutbox.hpp"
 
-#include <gtest/gtest.h>
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {
@@ -15,11 +15,7 @@ UpdateMenu rows(int id, const std::string& title) { return {.id = id, .menu = {{
 ShowStatusItem item(const std::string& pill) { return {.visible = true, .look = {.pill = pill}}; }
 
 TEST(ScreenOutbox, KeepsOfWhatReplacesOnlyTheNewestInItsPlace) {
-  struct Row {
-    const char* name;
-    std::vector<Down> added, left;
-  };
-  const std::vector<Row> rowsOfTable = {
+  const Table<const char*, std::vector<Down>, std::vector<Down>> rowsOfTable = {
       {"trees of two windows",
        {show("a", "1"), show("b", "1"), show("a", "2"), show("a", "3")},
        {show("a", "3"), show("b", "1")}},
@@ -35,18 +31,22 @@ TEST(ScreenOutbox, KeepsOfWhatReplacesOnlyTheNewestInItsPlace) {
        {CloseWindow{"a"}, show("a", "3")}},
       {"rows go into the menu that waits", {menu(1, "x"), rows(1, "y"), rows(1, "z")}, {menu(1, "z")}},
       {"rows of another menu don't", {menu(1, "x"), rows(2, "y"), rows(2, "z")}, {menu(1, "x"), rows(2, "z")}},
+      {"of menus the last one",
+       {CloseMenu{}, menu(1, "x"), rows(1, "y"), CloseMenu{}, menu(2, "x"), menu(3, "z")},
+       {CloseMenu{}, menu(3, "z")}},
+      {"a menu that was closed before it was sent", {menu(1, "x"), CloseMenu{}, CloseMenu{}}, {CloseMenu{}}},
       {"looks and texts to copy", {item("1"), Copy{"a"}, item("2"), Copy{"b"}}, {item("2"), Copy{"b"}}},
       {"questions are never dropped, raising one isn't repeated",
        {Ask{1, {}}, Ask{2, {}}, RaiseQuestion{1}, RaiseQuestion{1}},
        {Ask{1, {}}, Ask{2, {}}, RaiseQuestion{1}}},
   };
-  for (const Row& row : rowsOfTable) {
-    SCOPED_TRACE(row.name);
+  for (const auto& [name, added, wanted] : rowsOfTable) {
+    SCOPED_TRACE(name);
     ScreenOutbox outbox;
-    for (const Down& message : row.added) outbox.add(message);
+    for (const Down& message : added) outbox.add(message);
     std::vector<Down> left;
     while (auto message = outbox.next()) left.push_back(*message);
-    EXPECT_TRUE(left == row.left);
+    EXPECT_TRUE(left == wanted);
   }
 }
 

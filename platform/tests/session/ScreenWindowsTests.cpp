@@ -1,11 +1,8 @@
 #include "session/ScreenWindows.hpp"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-
 #include "FakeScreenPort.hpp"
 #include "Fakes/FakeLoop.hpp"
+#include "Fakes/Testing.hpp"
 
 namespace kestrelune {
 namespace {
@@ -103,6 +100,12 @@ TEST_F(ScreenWindowsTest, AClickBringsOneWindowToTheFront) {
   activation.provide("second");
   windows.raise("main");
   EXPECT_EQ(port.all<RaiseWindow>().at(2).activationToken, "second");
+  activation.provide({{"XDG_ACTIVATION_TOKEN", ""}, {"DESKTOP_STARTUP_ID", "older"}});
+  activation.hold(true);
+  clock.pass(30);
+  activation.hold(false);
+  windows.raise("main");
+  EXPECT_EQ(port.all<RaiseWindow>().at(3).activationToken, "older") << "the user read a menu meanwhile";
 }
 
 TEST_F(ScreenWindowsTest, TheWindowThatEndsTheScreenIsClosedAndNoOther) {

@@ -2,6 +2,7 @@
 
 #include "FakeScreenPort.hpp"
 #include "Fakes/FakeLoop.hpp"
+#include "Fakes/Testing.hpp"
 #include "TrayHost.hpp"
 
 namespace kestrelune {
@@ -23,14 +24,15 @@ MenuRow attention(const std::string& title) {
 
 struct StatusItemPresenterTest : testing::Test {
   StatusItemPresenterTest() {
-    presenter.setEvents({.menuWillOpen =
-                             [this] {
-                               ++composed;
-                               presenter.setMenu(menu);
-                             },
-                         .chosen = [this](const MenuChoice& choice) { choices.push_back(choice); },
-                         .activated = [this] { ++activated; },
-                         .unseen = [this](const std::string&) { ++unseen; }});
+    presenter.setEvents(
+        {.menuWillOpen =
+             [this] {
+               ++composed;
+               presenter.setMenu(menu);
+             },
+         .chosen = [this](const MenuChoice& choice) { choices.push_back(choice); },
+         .activated = [this] { ++activated; },
+         .unseen = [this](const UnseenIcon& icon) { unseen.push_back(icon.desktop + " " + icon.why.substr(0, 22)); }});
     presenter.show(look);
   }
   bool served(const std::function<bool()>& done) { return serveBus(loop, done); }
@@ -51,11 +53,12 @@ struct StatusItemPresenterTest : testing::Test {
   ActivationToken activation{clock};
   Bus bus{loop, daemon.address()};
   FakeScreenPort screen;
-  StatusItemPresenter presenter{loop, bus, screen, activation};
+  StatusItemPresenter presenter{loop, bus, screen, activation, "X-GNOME"};
   StatusItemLook look{
       .dot = {46, 125, 91}, .toolTip = "Kestrelune — ready", .accessibilityLabel = "Kestrelune — ready"};
   MenuTree menu{line("one"), attention("two")};
-  int composed = 0, activated = 0, unseen = 0;
+  int composed = 0, activated = 0;
+  std::vector<std::string> unseen;
   std::vector<MenuChoice> choices;
   std::unique_ptr<TrayHost> host;
 };
@@ -65,25 +68,21 @@ TEST_F(StatusItemPresenterTest, SaysItsLookAndSignalsOnlyWhatChanged) {
   EXPECT_EQ(host->text("Status"), "Active");
   EXPECT_EQ(host->text("IconName"), "");
   EXPECT_EQ(host->text("IconAccessibleDesc"), look.accessibilityLabel);
-  struct Row {
-    const char* name;
-    std::function<void(StatusItemLook&)> change;
-    std::vector<std::string> signals;
-  };
-  for (const Row& row : std::vector<Row>{
-           {"nothing", [](StatusItemLook&) {}, {}},
-           {"dot", [](StatusItemLook& l) { l.dot.red = 208; }, {"NewIcon"}},
-           {"tool tip", [](StatusItemLook& l) { l.toolTip = "t"; }, {"NewToolTip"}},
-           {"pill", [](StatusItemLook& l) { l.pill = std::string("<a>&\0b", 6); }, {"NewToolTip", "XAyatanaNewLabel"}},
-           {"tone", [](StatusItemLook& l) { l.tone = StatusItemLook::PillTone::done; }, {}},
-           {"words", [](StatusItemLook& l) { l.accessibilityLabel = "a"; }, {"NewTitle"}}}) {
-    SCOPED_TRACE(row.name);
+  const Table<const char*, std::function<void(StatusItemLook&)>, std::vector<std::string>> rows = {
+      {"nothing", [](StatusItemLook&) {}, {}},
+      {"dot", [](StatusItemLook& l) { l.dot.red = 208; }, {"NewIcon"}},
+      {"tool tip", [](StatusItemLook& l) { l.toolTip = "t"; }, {"NewToolTip"}},
+      {"pill", [](StatusItemLook& l) { l.pill = std::string("<a>&\0b", 6); }, {"NewToolTip", "XAyatanaNewLabel"}},
+      {"tone", [](StatusItemLook& l) { l.tone = StatusItemLook::PillTone::done; }, {}},
+      {"words", [](StatusItemLook& l) { l.accessibilityLabel = "a"; }, {"NewTitle"}}};
+  for (const auto& [name, change, signals] : rows) {
+    SCOPED_TRACE(name);
     host->signals.clear();
-    row.change(look);
+    change(look);
     presenter.show(look);
     settle();
     std::erase(host->signals, "PropertiesChanged");
-    EXPECT_EQ(host->signals, row.signals);
+    EXPECT_EQ(host->signals, signals);
   }
   EXPECT_EQ(host->text("XAyatanaLabel"), "<a>&\uFFFDb");
   const BusMessage tip = host->property("ToolTip");
@@ -160,24 +159,21 @@ TEST_F(StatusItemPresenterTest, NothingMovesUnderAnOpenMenu) {
   presenter.setMenu(menu);
   settle();
   host->signals.clear();
-  struct Row {
-    const char* name;
-    std::function<void()> close;
+  const Table<const char*, std::function<void()>> rows = {
+      {"closed", [&] { host->event(0, "closed"); }},
+      {"clicked", [&] { host->event(host->layout().children.back().id, "clicked"); }},
   };
-  for (const Row& row : std::vector<Row>{
-           {"closed", [&] { host->event(0, "closed"); }},
-           {"clicked", [&] { host->event(host->layout().children.back().id, "clicked"); }},
-       }) {
-    SCOPED_TRACE(row.name);
+  for (const auto& [name, close] : rows) {
+    SCOPED_TRACE(name);
     EXPECT_TRUE(host->event(0, "opened"));
     EXPECT_TRUE(presenter.menuIsOpen());
     for (const char* title : {"x", "y"}) {
-      menu.push_back(line(row.name + std::string(title)));
+      menu.push_back(line(name + std::string(title)));
       presenter.setMenu(menu);
     }
     (void)host->layout();
     EXPECT_EQ(host->count("LayoutUpdated"), 0);
-    row.close();
+    close();
     settle();
     EXPECT_EQ(host->count("LayoutUpdated"), 1);
     EXPECT_FALSE(presenter.menuIsOpen());
@@ -254,13 +250,23 @@ TEST_F(StatusItemPresenterTest, AClickAtAPlaceOpensOurOwnMenuThere) {
   EXPECT_EQ(activated, 2);
   EXPECT_TRUE(screen.all<messages::ShowMenu>().empty());
   screen.say(messages::StatusItemForm{.form = "none"});
-  EXPECT_EQ(unseen, 0) << "the host shows it";
+  EXPECT_TRUE(unseen.empty()) << "the host shows it";
   host.reset();
   ASSERT_TRUE(served([&] { return screenShows(); }));
   screen.say(messages::StatusItemForm{.form = "strip"});
-  EXPECT_EQ(unseen, 0);
+  EXPECT_TRUE(unseen.empty());
+  screen.say(messages::StatusItemClicked{});
+  EXPECT_EQ(screen.all<messages::ShowMenu>().size(), 1u) << "at its own strip the screen places one anywhere";
   screen.say(messages::StatusItemForm{.form = "none"});
-  EXPECT_EQ(unseen, 1);
+  EXPECT_EQ(unseen, std::vector<std::string>{"X-GNOME Start Kestrelune again"});
+  screen.say(messages::MenuClosed{.id = screen.all<messages::ShowMenu>().back().id});
+  screen.lose();
+  look.pill = "new";
+  presenter.show(look);
+  EXPECT_FALSE(screen.start()) << "it ended, since it can show nothing";
+  hostComes();
+  host.reset();
+  EXPECT_TRUE(served([&] { return screen.start(); })) << "what was asked may have another answer by now";
 }
 
 }  // namespace

@@ -2,14 +2,10 @@
 
 #include <archive.h>
 #include <archive_entry.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <filesystem>
-#include <string>
-#include <vector>
-
 #include "Fakes/TestFolder.hpp"
+#include "Fakes/Testing.hpp"
 #include "base/Text.hpp"
 
 namespace kestrelune::unpack {
@@ -73,10 +69,7 @@ TEST(Unpack, PathsLeadDownwardsOnly) {
 }
 
 TEST(Unpack, RefusesWhatLeavesTheFolder) {
-  const struct {
-    const char* name;
-    std::vector<Entry> entries;
-  } rows[] = {
+  const Table<const char*, std::vector<Entry>> rows = {
       {"upwards", {{"../evil", "x"}}},
       {"an empty piece", {{"a//b", "x"}}},
       {"a link outside", {{"l", "../evil", AE_IFLNK}}},
@@ -87,10 +80,10 @@ TEST(Unpack, RefusesWhatLeavesTheFolder) {
       {"the same file twice", {{"a", "x"}, {"a", "y"}}},
       {"special rights", {{"a", "x", AE_IFREG, 04755}}},
   };
-  for (const auto& row : rows) {
+  for (const auto& [name, entries] : rows) {
     Scratch scratch;
-    EXPECT_NE(scratch.run(row.entries), "") << row.name;
-    EXPECT_EQ(scratch.folder.count("out"), 1u) << row.name;
+    EXPECT_NE(scratch.run(entries), "") << name;
+    EXPECT_EQ(scratch.folder.count("out"), 1u) << name;
   }
 }
 

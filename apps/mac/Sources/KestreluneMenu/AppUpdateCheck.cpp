@@ -112,10 +112,10 @@ void AppSelfUpdater::compared(const AppRelease& release, bool same) {
   const std::string folder = files_.stagedURL(release.build).path();
   removeTree(outside_.files, folder);
   makeFolders(outside_.files, folder, 0700);
-  outside_.execute({outside_.bundle.contents("Helpers/ditto").path(), {"-x", "-k", zip, folder}, system::environment()},
-                   kUnpackTimeout, lifetime_.guarded([this, release](const HelperCommandResult& result) {
-                     unpacked(release, result);
-                   }));
+  outside_.execute(
+      {outside_.bundle.contents("Helpers/ditto").path(), {"-x", "-k", zip, folder}, system::environment(), true},
+      kUnpackTimeout,
+      lifetime_.guarded([this, release](const HelperCommandResult& result) { unpacked(release, result); }));
 }
 
 void AppSelfUpdater::unpacked(const AppRelease& release, const HelperCommandResult& result) {

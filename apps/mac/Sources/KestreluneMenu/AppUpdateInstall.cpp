@@ -33,7 +33,8 @@ void AppSelfUpdater::verify(const AppRelease& release, const Url& app) {
 void AppSelfUpdater::assess(const AppRelease& release, const Url& app) {
   outside_.execute({outside_.bundle.contents("Helpers/spctl").path(),
                     {"--assess", "--type", "execute", "-v", app.path()},
-                    system::environment()},
+                    system::environment(),
+                    true},
                    kAssessTimeout, lifetime_.guarded([this, release, app](const HelperCommandResult& result) {
                      // Accepted for another reason is refused.
                      if (result.code != 0 || text::trimmed(result.lastLine) != kAssessed) return refuse(release);

@@ -14,6 +14,7 @@ struct HelperCommand {
   std::string executable;  ///< absolute; PATH isn't searched
   std::vector<std::string> arguments;
   Environment environment;  ///< the child's whole environment
+  bool endsWithUs = false;  ///< only asks for something that we want to know; what changes something goes on
 
   bool operator==(const HelperCommand&) const = default;
 };

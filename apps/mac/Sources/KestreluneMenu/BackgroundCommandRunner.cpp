@@ -23,6 +23,7 @@ TaskRequest requestFor(const HelperCommand& command) {
   request.executable = command.executable;
   request.arguments = command.arguments;
   request.environment = command.environment;
+  request.endsWithUs = command.endsWithUs;
   return request;
 }
 
@@ -65,8 +66,8 @@ std::string LastLine::text() const {
   return line.empty() ? last_ : line;
 }
 
-ExecuteCommand HelperCommandRunner::executor(RunLoop& loop) {
-  return [&loop](const HelperCommand& command, double timeout, Completed completed) {
+ExecuteCommand HelperCommandRunner::executor() const {
+  return [&loop = loop_, running = running_](const HelperCommand& command, double timeout, Completed completed) {
     const Outcome<std::shared_ptr<WatchedTask>> started = startWatched(requestFor(command));
     if (!started) {
       loop.post([error = started.error, completed = std::move(completed)] {
@@ -74,10 +75,17 @@ ExecuteCommand HelperCommandRunner::executor(RunLoop& loop) {
       });
       return;
     }
+    std::erase_if(*running, [](const auto& task) { return task.expired(); });
+    running->push_back(started.value);
     loop.background([&loop, task = started.value, timeout, completed = std::move(completed)]() mutable {
       watch(loop, *task, timeout, std::move(completed));
     });
   };
+}
+
+void HelperCommandRunner::leave() const {
+  for (const auto& weak : *running_)
+    if (const auto task = weak.lock()) task->leave();
 }
 
 }  // namespace kestrelune

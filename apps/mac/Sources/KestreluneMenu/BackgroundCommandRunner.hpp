@@ -1,10 +1,13 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "BackgroundCommand.hpp"
 #include "base/RunLoop.hpp"
+#include "base/Task.hpp"
 
 namespace kestrelune {
 
@@ -22,12 +25,21 @@ class LastLine {
 };
 
 /// Runs short-lived children.
-namespace HelperCommandRunner {
+class HelperCommandRunner {
+ public:
+  explicit HelperCommandRunner(RunLoop& loop) : loop_(loop) {}
 
-/// Commands started where they are asked for and watched in the background. Output and errors are read as one; the
-/// code of a child that a signal ended is the signal's number. A timeout without output gets the text for it.
-ExecuteCommand executor(RunLoop& loop);
+  /// Commands started where they are asked for and watched in the background. Output and errors are read as one; the
+  /// code of a child that a signal ended is the signal's number. A timeout without output gets the text for it.
+  ExecuteCommand executor() const;
+  /// For our own end: see `TaskLauncher::leave`.
+  void leave() const;
 
-}  // namespace HelperCommandRunner
+ private:
+  using Running = std::vector<std::weak_ptr<WatchedTask>>;
+
+  RunLoop& loop_;
+  std::shared_ptr<Running> running_ = std::make_shared<Running>();
+};
 
 }  // namespace kestrelune

@@ -34,7 +34,7 @@ MenuController::MenuController(Configuration configuration, Outside outside)
   item().setEvents({.menuWillOpen = lifetime_.guarded([this] { menuWillOpen(); }),
                     .chosen = lifetime_.guarded([this](const MenuChoice& choice) { chosen(choice); }),
                     .activated = lifetime_.guarded([this] { actions_.perform(Action::window("tasks")); }),
-                    .unseen = lifetime_.guarded([this](const std::string& why) { tellUnseen(why); })});
+                    .unseen = lifetime_.guarded([this](const UnseenIcon& unseen) { tellUnseen(unseen); })});
   notifications_.start();
   refresh();
   writeHeartbeat();

@@ -78,7 +78,7 @@ class MenuController {
   void chosen(const MenuChoice& choice);
   void menuWillOpen();
   /// Tells the user, once for all, how to get at a program that shows no icon.
-  void tellUnseen(const std::string& why);
+  void tellUnseen(const UnseenIcon& unseen);
   void readStatus();
   void refreshAll();
   void showLook(Date now);

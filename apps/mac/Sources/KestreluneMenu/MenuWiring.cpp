@@ -6,7 +6,8 @@
 namespace kestrelune {
 namespace {
 
-constexpr const char* kUnseenKey = "kestrelune.toldUnseen";
+/// The kind of desktop of which the user was told that it has no place for the icon.
+constexpr const char* kUnseenKey = "kestrelune.toldUnseenOn";
 
 }  // namespace
 
@@ -43,10 +44,10 @@ void MenuController::wire() {
   setup_.onFinished = [this](std::int32_t code, const std::string& lastLine) { setupFinished(code, lastLine); };
 }
 
-void MenuController::tellUnseen(const std::string& why) {
-  if (outside_.defaults.boolean(kUnseenKey)) return;
-  outside_.defaults.setBoolean(kUnseenKey, true);
-  notifications_.send({"no-icon", "Kestrelune", why, Action::window("tasks")});
+void MenuController::tellUnseen(const UnseenIcon& unseen) {
+  if (outside_.defaults.data(kUnseenKey) == unseen.desktop) return;
+  outside_.defaults.setData(kUnseenKey, unseen.desktop);
+  notifications_.send({"no-icon", "Kestrelune", unseen.why, Action::window("tasks")});
 }
 
 bool MenuController::appBusy() const {

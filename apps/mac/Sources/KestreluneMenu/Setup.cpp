@@ -86,9 +86,11 @@ std::optional<std::string> SetupController::hashInstalled() const {
 }
 
 void SetupController::askVersion(std::function<void(const HelperCommandResult&)> completed) {
-  reach_.execute(
-      {.executable = files_.launcher().path(), .arguments = {"version"}, .environment = system::environment()},
-      kCommandTimeout, lifetime_.guarded(std::move(completed)));
+  reach_.execute({.executable = files_.launcher().path(),
+                  .arguments = {"version"},
+                  .environment = system::environment(),
+                  .endsWithUs = true},
+                 kCommandTimeout, lifetime_.guarded(std::move(completed)));
 }
 
 void SetupController::setup() {

@@ -4,29 +4,38 @@
 
 namespace kestrelune {
 
-void WindowLoads::start(const std::string& helper, const std::vector<std::string>& arguments,
-                        const std::function<void(const std::string&)>& answered) {
-  if (loads_.size() == kMostAtATime) {
-    loads_.front().task->signal(SIGKILL);
-    loads_.pop_front();
+void WindowLoads::start(const std::string& helper) {
+  if (loads_.size() < kMostAtATime) return launch(helper);
+  if (clock_.uptime() - loads_.front().since < kPatience) {
+    next_ = helper;
+    return;
   }
+  loads_.front().task->signal(SIGKILL);
+  loads_.pop_front();
+  launch(helper);
+}
+
+void WindowLoads::launch(const std::string& helper) {
   TaskRequest request{.executable = helper,
-                      .arguments = arguments,
+                      .arguments = arguments_,
                       .output = TaskRequest::Stream::capture,
+                      .endsWithUs = true,
                       .captureLimit = kLongestAnswer};
   const int id = ++lastId_;
-  auto launched = tasks_.launch(request, lifetime_.guarded([this, id, answered](const TaskEnd& end) {
+  auto launched = tasks_.launch(request, lifetime_.guarded([this, id](const TaskEnd& end) {
     ended(id);
-    if (end.reason == TaskEnd::Reason::exited && end.status == 0) answered(end.output);
+    if (end.reason == TaskEnd::Reason::exited && end.status == 0) answered_(end.output);
   }));
-  if (launched) loads_.push_back({id, std::move(launched.value)});
+  if (launched) loads_.push_back({id, clock_.uptime(), std::move(launched.value)});
 }
 
 void WindowLoads::ended(int id) {
   std::erase_if(loads_, [id](const Load& load) { return load.id == id; });
+  if (const auto helper = std::exchange(next_, std::nullopt)) start(*helper);
 }
 
 void WindowLoads::stop() {
+  next_.reset();
   for (Load& load : loads_) load.task->signal(SIGKILL);
   loads_.clear();
 }

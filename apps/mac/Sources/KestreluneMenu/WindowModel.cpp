@@ -53,8 +53,20 @@ WindowModel::WindowModel(const Configuration& configuration, const Outside& outs
       helper_(configuration.helperRoot.appending("bin/kestrelune")),
       outside_(outside),
       actions_(actions),
-      histories_(outside.tasks),
-      schedules_(outside.tasks) {
+      histories_(outside.tasks, outside.clock, {"tasks", "--json"},
+                 [this](const std::string& output) {
+                   decodeInBackground<std::vector<WindowTask>>(outside_.loop, output, decodeHistory,
+                                                               lifetime_.guarded([this](std::vector<WindowTask> tasks) {
+                                                                 lists_.reset();
+                                                                 set(&State::history, std::move(tasks));
+                                                               }));
+                 }),
+      schedules_(outside.tasks, outside.clock, {"schedules", "--json"}, [this](const std::string& output) {
+        decodeInBackground<std::vector<Schedule>>(outside_.loop, output, decodeSchedules,
+                                                  lifetime_.guarded([this](std::vector<Schedule> schedules) {
+                                                    set(&State::schedules, std::optional(std::move(schedules)));
+                                                  }));
+      }) {
   state_.reportsURL = configuration.statusURL.deletingLastComponent().appending("reports");
   state_.loginItem = readLoginItem();
   state_.muted = outside_.defaults.boolean(Notifications::kMutedKey);
@@ -87,25 +99,11 @@ void WindowModel::setInSight(const std::string& wanted) {
   if (const auto range = RowRange::around(wanted)) set(&State::inSight, *range);
 }
 
-void WindowModel::loadHistory() {
-  if (dryRun_ || !isExecutableFile(outside_.files, helper_.path())) return;
-  histories_.start(helper_.path(), {"tasks", "--json"}, [this](const std::string& output) {
-    decodeInBackground<std::vector<WindowTask>>(outside_.loop, output, decodeHistory,
-                                                lifetime_.guarded([this](std::vector<WindowTask> tasks) {
-                                                  lists_.reset();
-                                                  set(&State::history, std::move(tasks));
-                                                }));
-  });
-}
+void WindowModel::loadHistory() { load(histories_); }
+void WindowModel::loadSchedules() { load(schedules_); }
 
-void WindowModel::loadSchedules() {
-  if (dryRun_ || !isExecutableFile(outside_.files, helper_.path())) return;
-  schedules_.start(helper_.path(), {"schedules", "--json"}, [this](const std::string& output) {
-    decodeInBackground<std::vector<Schedule>>(outside_.loop, output, decodeSchedules,
-                                              lifetime_.guarded([this](std::vector<Schedule> schedules) {
-                                                set(&State::schedules, std::optional(std::move(schedules)));
-                                              }));
-  });
+void WindowModel::load(WindowLoads& loads) {
+  if (!dryRun_ && isExecutableFile(outside_.files, helper_.path())) loads.start(helper_.path());
 }
 
 void WindowModel::loadProblem() {

@@ -84,6 +84,7 @@ class WindowModel {
  private:
   template <class T>
   void set(T State::*member, T value);
+  void load(WindowLoads& loads);
   bool readLoginItem() const;
   void runSchedule(const std::string& verb, const std::string& id);
 

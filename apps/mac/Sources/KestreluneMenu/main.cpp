@@ -1,4 +1,5 @@
 #include <csignal>
+#include <cstdlib>
 #include <optional>
 #include <string>
 #include <vector>
@@ -38,6 +39,9 @@ std::string defaultsPath(const Configuration& configuration) {
 /// Seconds for another instance to answer, or to come to its end.
 constexpr double kInstancePatience = 20;
 
+/// Seconds for work in the background to come to its end.
+constexpr double kBackgroundPatience = 0.3;
+
 /// True when this is the instance to run; otherwise the one that runs has been told.
 bool isFirst(Instance& instance) {
   switch (instance.begin(sessionVariables(system::environment()), kInstancePatience)) {
@@ -61,6 +65,7 @@ int main(int count, char** arguments) {
   const Bundle bundle = Bundle::main();
   const auto loop = makeSessionRunLoop();
   const auto tasks = makeTaskLauncher(*loop);
+  const HelperCommandRunner commands(*loop);
   const auto defaults = makeFileDefaults(systemFiles(), defaultsPath(*configuration));
   const auto session = makeDesktopSession(
       *loop, *tasks,
@@ -80,7 +85,7 @@ int main(int count, char** arguments) {
                         .http = *http,
                         .bundle = bundle,
                         .signature = AppSignature::of(bundle, systemFiles(), clock),
-                        .execute = HelperCommandRunner::executor(*loop),
+                        .execute = commands.executor(),
                         .pid = system::processId(),
                         .output = system::printLine},
                        std::vector<std::string>(arguments + 1, arguments + count));
@@ -92,5 +97,10 @@ int main(int count, char** arguments) {
   loop->run();
   instance.close();
   delegate.applicationWillTerminate();
+  tasks->leave();
+  commands.leave();
+  // What a thread still does may be stopped anywhere, as by a loss of power. It uses what stands here, which therefore
+  // must not be taken down, and while it is waited for, no later start gets on.
+  if (!loop->finish(kBackgroundPatience)) std::_Exit(0);
   return 0;
 }

@@ -8,7 +8,7 @@ import stat
 import subprocess
 import time
 
-from desktop import BINARY, BUNDLE, ROOT, Desktop, children, send, wait_for
+from desktop import BINARY, BUNDLE, PATIENCE, ROOT, Desktop, children, send, wait_for
 from peers import NotificationServer, TrayHost
 from runner import equal, test, true
 
@@ -70,6 +70,13 @@ def alive(pid):
         return False
 
 
+def read_bytes(path):
+    try:
+        return path.read_bytes()
+    except OSError:
+        return b""
+
+
 def version(path):
     return next(line.split("'")[1] for line in path.read_text().splitlines() if line.startswith("const VERSION"))
 
@@ -123,6 +130,35 @@ def older_installs():
             equal((version(helper), agent.exists()), (after or carried, False), f"after {installed}")
             equal(desktop.helpers(), [desktop.read("pid")], "helpers")
             equal(send(process), 0, "exit status")
+
+
+@test("quitting waits for no command: an install goes on by itself, a question ends, and a start finds the way free")
+def quitting():
+    with Home() as desktop:
+        desktop.environment["KESTRELUNE_DEMO_ORDERS"] = json.dumps({"install": {"seconds": 3}, "version": {"hang": True, "ignoreTerm": True}})
+        commands = lambda word: [process.name for process in pathlib.Path("/proc").glob("[0-9]*") if alive(process.name)
+                                 and f"kestrelune-runner.mjs\0{word}\0".encode() in read_bytes(process / "cmdline") and str(desktop.root).encode() in read_bytes(process / "cmdline")]
+
+        def quits(process, word):
+            wait_for(f"the command {word}", lambda: commands(word), 60)
+            time.sleep(0.5)
+            began = time.monotonic()
+            equal(send(process), 0, "exit status")
+            took = time.monotonic() - began
+            true(took < PATIENCE, f"{word}: quitting took {took:.1f} s")
+            equal(desktop.heartbeat.exists(), False, "a heartbeat after the end")
+
+        quits(desktop.start([BINARY]), "install")
+        true(commands("install"), "the install goes on")
+        again = desktop.start([BINARY])
+        wait_for("a second start", lambda: desktop.read("pid", "menubar.json") == again.pid)
+        wait_for("the install to come to its end", (desktop.runner / "in-app").exists)
+        equal(send(again), 0, "exit status")
+
+        helper = desktop.root / "helper/kestrelune-runner.mjs"
+        helper.write_text(helper.read_text() + "\n")
+        quits(desktop.start([BINARY]), "version")
+        wait_for("the question to end", lambda: not commands("version"))
 
 
 @test("a second start shows the first one's window and ends; from another session it brings the first one there")

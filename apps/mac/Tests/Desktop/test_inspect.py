@@ -54,17 +54,6 @@ def snapshots():
         equal(answer("snapshot", pathlib.Path(folder) / "pipe")["issue"], "unreadable", "a pipe without a writer")
 
 
-@test("inspect tells what a sequence of snapshots announces")
-def notices():
-    with tempfile.TemporaryDirectory() as folder:
-        before = write(folder, "1@.json", STATUS)
-        more = {"label": "#5", "title": "Invoices", "line": "Ready", "task_id": "b2"}
-        after = write(folder, "2.json", {**STATUS, "attention": STATUS["attention"] + [more]})
-        equal(answer("notices", "--alive", "all", f"{before}@{NOW}", f"{after}@{NOW}", f"{after}@{NOW}"),
-              [[], [{"id": "attention-b2", "title": "#5 Invoices", "body": "Ready", "action": "window:task:b2"}], []],
-              "what is told")
-
-
 @test("inspect takes texts as they stand, and prints null for what is refused")
 def values():
     equal(answer("action", "--off:app:codex"), None, "an action that begins like an option")

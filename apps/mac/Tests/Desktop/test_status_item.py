@@ -1,6 +1,5 @@
 """The icon on a desktop: the item of a tray host, its exported menu, and the strip where there is no host."""
 import signal
-import subprocess
 
 from desktop import ROOT, Desktop, send, wait_for
 from peers import TrayHost
@@ -58,24 +57,6 @@ def strip():
         wait_for("the strip to come back", desktop.windows)
         equal(send(process, signal.SIGINT), 0, "exit status")
         wait_for("an empty display", lambda: not desktop.windows())
-
-
-@test("within a Wayland compositor a window that nobody sees hears of a click beside our menu")
-def shield():
-    with Desktop(display=True) as desktop:
-        desktop.write_status("attention.json")
-        process = desktop.companion(environment={"WAYLAND_DISPLAY": "none"})
-        strip, x, y, width, height = wait_for("the strip", desktop.windows)[0]
-        for _ in range(2):
-            subprocess.run(["xdotool", "mousemove", str(x + width // 2), str(y + height // 2), "click", "1"], check=True)
-            wait_for("menu and shield", lambda: len(desktop.windows()) == 3)
-            shown = desktop.windows()
-            equal([window[1:3] for window in shown if window[3] > 1000], [(0, 0)], "what covers the display")
-            menu = next(window for window in shown if window[0] != strip and window[3] <= 1000)
-            equal(shown.index(menu), 2, "the menu's place from below")
-            subprocess.run(["xdotool", "mousemove", "300", "500", "click", "1"], check=True)
-            wait_for("the strip alone", lambda: [window[0] for window in desktop.windows()] == [strip])
-        equal(send(process), 0, "exit status")
 
 
 @test("the exported menu is whole, and Quit ends the program")

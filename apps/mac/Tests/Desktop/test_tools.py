@@ -1,5 +1,4 @@
-"""The programs in the bundle that stand for the system's tools, and the runtimes beside them."""
-import json
+"""The programs in the bundle that stand for the system's tools."""
 import os
 
 from gi.repository import Gio, GLib
@@ -97,23 +96,3 @@ def opens():
         desktop.stack.callback(os.killpg, int(pid), 15)
         equal(session, pid, "its session")
         true(str(ours) not in descriptors.split(","), f"it holds a descriptor of ours: {descriptors}")
-
-
-@test("the bundle tells of what it carries, and a runtime that is missing says so")
-def carried():
-    with Desktop() as desktop:
-        facts = json.loads((BUNDLE / "Contents/Info.json").read_text())
-        own, other = ("arm64", "x64") if os.uname().machine in ("aarch64", "arm64") else ("x64", "arm64")
-        nodes = {name: HELPERS / f"node-darwin-{name}/node" for name in (own, other)}
-        helper = BUNDLE / "Contents/Resources/helper/kestrelune-runner.mjs"
-
-        def said(*command):
-            process = desktop.start(command)
-            return process.ended(), process.lines, process.errors
-
-        equal(said(nodes[own], "--version"), (0, [facts["KestreluneNodeVersion"]], []), "the runtime")
-        equal(said(nodes[own], helper, "version"), (0, [facts["KestreluneHelperVersion"]], []), "the helper")
-        equal(said("sha256sum", helper)[1][0].split()[0], facts["KestreluneHelperSHA256"], "its digest")
-        if nodes[other].stat().st_size < 1000:
-            status, _, errors = said(nodes[other])
-            equal((status, len(errors), other in errors[0]), (1, 1, True), "a missing runtime")

@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 
 #include <QApplication>
 #include <QLabel>
@@ -9,6 +8,7 @@
 #include <QTest>
 #include <cstdlib>
 
+#include "Fakes/Testing.hpp"
 #include "Fakes/World.hpp"
 #include "MenuPlan.hpp"
 #include "MenuViews.hpp"
@@ -47,16 +47,30 @@ QSize wanted(const QWidget& widget) {
   if (qobject_cast<const PushButton*>(&widget)) {
     return {widget.minimumSizeHint().width(), widget.heightForWidth(widget.width())};
   }
+  if (const auto* bar = qobject_cast<const SegmentedBar*>(&widget)) return bar->minimumSizeHint();
   if (qobject_cast<const ElidedLabel*>(&widget)) return {px(40), widget.sizeHint().height()};
   return widget.sizeHint();
 }
 
-class LongerTexts : public testing::TestWithParam<int> {
+/// A font that a desktop may have, how wide its letters stand, and the size of the user's text, both of 100.
+struct Type {
+  const char* family;
+  int width, size;
+};
+std::ostream& operator<<(std::ostream& out, const Type& type) {
+  std::string family(type.family);
+  std::erase(family, ' ');
+  return out << family << type.width << "At" << type.size << "Percent";
+}
+
+class LongerTexts : public testing::TestWithParam<Type> {
  protected:
   void SetUp() override {
-    QFont larger = before_;
-    larger.setPointSizeF(GetParam() / 10.0);
-    QApplication::setFont(larger);
+    QFont font(GetParam().family);
+    font.setPointSizeF(GetParam().size / 10.0);
+    font.setLetterSpacing(QFont::PercentageSpacing, GetParam().width);
+    ASSERT_EQ(QFontInfo(font).family(), GetParam().family) << "the tests need this font";
+    QApplication::setFont(font);
     QApplication::setStyle(new Style);
     const auto everything = readFile(systemFiles(), KESTRELUNE_EVERYTHING, 1 << 20);
     decodeJson(Json::parse(everything.value), snapshot.status.emplace());
@@ -71,7 +85,7 @@ class LongerTexts : public testing::TestWithParam<int> {
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     QApplication::processEvents();
     if (const char* folder = std::getenv("KESTRELUNE_SCREENSHOTS")) {
-      const std::string file = std::string(folder) + "/" + name + "-" + std::to_string(GetParam()) + ".png";
+      const std::string file = std::string(folder) + "/" + name + "-" + testing::PrintToString(GetParam()) + ".png";
       window.grab().save(QString::fromStdString(file));
     }
     std::vector<QWidget*> seen;
@@ -126,6 +140,7 @@ TEST_P(LongerTexts, FitIntoTheMainWindow) {
                         WindowViews::mainView(state, lists, kNow).tree);
       window.resize(px(size.width()), px(size.height()));
       check(window, "main-" + std::string(place) + "-" + std::to_string(size.width()));
+      EXPECT_TRUE(window.width() == px(size.width()) || GetParam().width > 100) << place << " is wider";
     }
   }
 }
@@ -199,14 +214,21 @@ TEST_P(LongerTexts, FitIntoTheMenu) {
       return QFontMetrics(metrics::font(points, true)).horizontalAdvance(QString::fromStdString(drawn.title));
     };
     // The others say in their tool tip what doesn't fit.
-    EXPECT_TRUE(drawn.form != MenuRow::Form::header || width(14) <= px(328)) << drawn.title;
-    EXPECT_TRUE(drawn.form != MenuRow::Form::section || width(11) <= px(318)) << drawn.title;
+    EXPECT_TRUE(drawn.form != MenuRow::Form::header || width(14) <= row->width() - px(40)) << drawn.title;
+    EXPECT_TRUE(drawn.form != MenuRow::Form::section || width(11) <= row->width() - px(50)) << drawn.title;
     for (const auto* button : row->findChildren<MenuRowButton*>()) EXPECT_GT(button->x(), px(150)) << drawn.title;
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Fonts, LongerTexts, testing::Values(100, 200),
-                         [](const auto& scale) { return "At" + std::to_string(scale.param) + "Percent"; });
+std::vector<Type> types() {
+  std::vector<Type> all;
+  for (const auto& [family, width] :
+       Table<const char*, int>{{"DejaVu Sans", 100}, {"Cantarell", 100}, {"Open Sans", 100}, {"DejaVu Sans", 120}})
+    for (const int size : {100, 150, 200}) all.push_back({family, width, size});
+  return all;
+}
+
+INSTANTIATE_TEST_SUITE_P(Fonts, LongerTexts, testing::ValuesIn(types()), testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace kestrelune

@@ -107,7 +107,9 @@ void SimulatedScreen::choose(const MenuChoice& choice) {
 }
 
 void SimulatedScreen::answer(std::optional<int> button, const std::string& text) {
-  say(Answered{std::exchange(current_->question, {})->id, button, text});
+  const int id = current_->question->id;
+  current_->question.reset();
+  say(Answered{id, button, text});
 }
 
 void SimulatedScreen::close(const std::string& window) {

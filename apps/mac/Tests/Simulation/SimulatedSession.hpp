@@ -89,7 +89,7 @@ class SimulatedSession final : public Session {
         link_(loop, clock, screen.starter(), {true, true}, "en"),
         realWindows_(loop, clock, link_, activation_),
         windows_(realWindows_, requests),
-        realAlert_(loop, link_),
+        realAlert_(loop, link_, activation_),
         alert_(realAlert_, requests),
         pasteboard_(loop, link_) {
     if (!hosted) onScreen_ = std::make_unique<StatusItemPresenter>(loop, bus_, link_, activation_);
