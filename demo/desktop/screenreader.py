@@ -6,7 +6,14 @@ from gi.repository import Atspi, GLib  # noqa: E402
 
 from desktop import Failure, wait_for  # noqa: E402
 
-CONTROLS = {"push button", "check box", "radio button", "page tab", "page tab list", "text"}
+# By their numbers, which last: the names that the system gives them have changed ("push button" became "button").
+ROLES = {43: "push button", 7: "check box", 44: "radio button", 37: "page tab", 38: "page tab list", 61: "text", 48: "scroll bar"}
+CONTROLS = set(ROLES.values()) - {"scroll bar"}
+
+
+def role_of(node):
+    """What it is, in the words of ROLES; everything else by the system's name."""
+    return ROLES.get(int(node.get_role()), node.get_role_name())
 
 
 class Reader:
@@ -27,7 +34,7 @@ class Reader:
         states = node.get_state_set()
         if node.get_role() != Atspi.Role.APPLICATION and not states.contains(Atspi.StateType.VISIBLE):
             return
-        yield node.get_role_name(), node.get_name(), node
+        yield role_of(node), node.get_name(), node
         for i in range(node.get_child_count()):
             yield from self._walk(node.get_child_at_index(i))
 
