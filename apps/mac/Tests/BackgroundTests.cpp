@@ -132,6 +132,21 @@ TEST_F(BackgroundTest, StopEndsTheChildOrThePendingStart) {
   EXPECT_EQ(started(), 2u);
 }
 
+TEST_F(BackgroundTest, TheLaterWishHoldsWhileItIsEnding) {
+  const auto process = make();
+  process->start();
+  process->stop();
+  process->start();
+  EXPECT_EQ(started(), 1u);
+  end(signalled(SIGTERM));
+  EXPECT_EQ(started(), 2u);
+  process->restart();
+  process->stop();
+  end(signalled(SIGTERM));
+  loop.pass(3600);
+  EXPECT_EQ(started(), 2u);
+}
+
 TEST_F(BackgroundTest, RestartWaitsForTheEndAndForNothingElse) {
   const auto process = make();
   EXPECT_TRUE(process->restart()) << "nothing runs: a start";

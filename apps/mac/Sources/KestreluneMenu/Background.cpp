@@ -56,7 +56,12 @@ BackgroundProcess::BackgroundProcess(const Configuration& configuration, Reach r
 bool BackgroundProcess::hasMarker() const { return reach_.files.info(marker_.path()).error == 0; }
 
 void BackgroundProcess::start() {
-  if (!hasMarker() || process_) return;
+  if (!hasMarker()) return;
+  if (process_) {
+    // One that is ending may take longer than what made it end: it starts again once it has gone.
+    startAfterExit_ = startAfterExit_ || stopping_ || !process_->running();
+    return;
+  }
   pending_.reset();
   if (dryRun_) {
     reach_.output("DRY_RUN background start");
@@ -98,10 +103,9 @@ void BackgroundProcess::launch() {
 void BackgroundProcess::ended(std::uint64_t child, const TaskEnd& end) {
   if (!process_ || child != child_) return;
   process_.reset();
-  if (std::exchange(stopping_, false)) {
-    if (std::exchange(restartAfterExit_, false)) start();
-    return;
-  }
+  const bool wasAsked = std::exchange(stopping_, false);
+  if (std::exchange(startAfterExit_, false)) return start();
+  if (wasAsked) return;
   if (const std::optional<double> pause = pauseAfter(end, reach_.clock.uptime() - startedAt_)) schedule(*pause);
 }
 
@@ -114,6 +118,7 @@ void BackgroundProcess::schedule(double seconds) {
 
 void BackgroundProcess::stop() {
   pending_.reset();
+  startAfterExit_ = false;
   if (!process_ || !process_->running()) return;
   stopping_ = true;
   process_->terminate();
@@ -121,12 +126,8 @@ void BackgroundProcess::stop() {
 
 bool BackgroundProcess::restart() {
   if (!hasMarker()) return false;
-  if (process_ && process_->running()) {
-    restartAfterExit_ = true;
-    stop();
-  } else {
-    start();
-  }
+  stop();
+  start();
   return true;
 }
 

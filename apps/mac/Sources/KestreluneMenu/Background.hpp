@@ -62,7 +62,7 @@ class BackgroundProcess {
   std::unique_ptr<Task> process_;
   std::uint64_t child_ = 0;  ///< tells the end of the present child from that of an earlier one
   bool stopping_ = false;
-  bool restartAfterExit_ = false;
+  bool startAfterExit_ = false;
   Timer pending_;
   double startedAt_ = 0;  ///< in monotonic time
   Lifetime lifetime_;
