@@ -129,10 +129,16 @@ std::string processor() {
 std::string systemVersion() {
   utsname names{};
   uname(&names);
-  const std::string release = names.release;
-  std::string version = release.substr(0, release.find_first_not_of("0123456789."));
-  while (version.ends_with('.')) version.pop_back();
-  return version;
+  return versionOf(names.release);
+}
+
+std::string versionOf(std::string_view release) {
+  std::string_view version = release.substr(0, release.find_first_not_of("0123456789."));
+  std::size_t end = 0;
+  for (int part = 0; part < 3 && end != std::string_view::npos; ++part) end = version.find('.', part == 0 ? 0 : end + 1);
+  version = version.substr(0, end);
+  while (version.ends_with('.')) version.remove_suffix(1);
+  return std::string(version);
 }
 
 std::string errorText(int number) {

@@ -35,6 +35,8 @@ bool isRunningTests();
 std::string processor();
 /// The system's version as dotted numbers (the kernel's release, without suffix).
 std::string systemVersion();
+/// The first three numbers of a kernel's release: "6.6.87.2-vendor" is "6.6.87".
+std::string versionOf(std::string_view release);
 /// The text of an error number.
 std::string errorText(int number);
 

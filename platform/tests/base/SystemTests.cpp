@@ -55,6 +55,12 @@ TEST(SystemTest, TheSettingsFolderIgnoresARelativeVariable) {
   EXPECT_EQ(system::configFolder(), system::homeFolder().appending(".config"));
 }
 
+TEST(SystemTest, AVersionHasThreePartsAtMost) {
+  const Table<std::string, std::string> rows = {
+      {"6.6.87.2-vendor-2", "6.6.87"}, {"6.1.0-13-amd64", "6.1.0"}, {"6.12", "6.12"}, {"6.-rc1", "6"}, {"odd", ""}};
+  for (const auto& [release, version] : rows) EXPECT_EQ(system::versionOf(release), version) << release;
+}
+
 TEST(SystemTest, ALineToAClosedOutputIsDropped) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
