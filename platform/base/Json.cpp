@@ -1,8 +1,10 @@
 #include "base/Json.hpp"
 
+#include <charconv>
 #include <cmath>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "base/Text.hpp"
 
@@ -12,6 +14,35 @@ namespace {
 using Nlohmann = nlohmann::json;
 
 constexpr std::size_t kDeepest = 512;
+
+/// The value of an escape such as \\ud83d at this place; absent: there is none.
+std::optional<unsigned> escapedUnit(std::string_view text, std::size_t at) {
+  if (text.substr(at, 2) != "\\u" || text.size() < at + 6) return std::nullopt;
+  unsigned unit = 0;
+  const char* const end = text.data() + at + 6;
+  const auto [rest, error] = std::from_chars(end - 4, end, unit, 16);
+  if (error != std::errc{} || rest != end) return std::nullopt;
+  return unit;
+}
+
+bool isHigh(std::optional<unsigned> unit) { return unit && *unit >= 0xd800 && *unit < 0xdc00; }
+bool isLow(std::optional<unsigned> unit) { return unit && *unit >= 0xdc00 && *unit < 0xe000; }
+
+/// The text with U+FFFD for each half of a surrogate pair, as a program that cuts UTF-16 leaves it: one damaged
+/// character hides nothing else. Empty: it has none.
+std::string withoutHalfPairs(std::string_view text) {
+  std::string repaired;
+  for (std::size_t at = text.find('\\'); at < text.size(); at = text.find('\\', at)) {
+    const auto unit = escapedUnit(text, at);
+    const bool isPair = isHigh(unit) && isLow(escapedUnit(text, at + 6));
+    if (!isPair && (isHigh(unit) || isLow(unit))) {
+      if (repaired.empty()) repaired = text;
+      repaired.replace(at, 6, "\\ufffd");
+    }
+    at += isPair ? 12 : unit ? 6 : 2;
+  }
+  return repaired;
+}
 
 /// Builds our value straight from the events of the parser. Stops, by returning false, where the text is no JSON or
 /// nests too deep.
@@ -23,6 +54,8 @@ class Builder final : public nlohmann::json_sax<Nlohmann> {
   Json root;
 
   void build(std::string_view text) {
+    const std::string repaired = withoutHalfPairs(text);
+    if (!repaired.empty()) text = repaired;
     // The parser takes a zero byte for the end, and whatever follows would be let through unread.
     if (text.find('\0') != std::string_view::npos || !Nlohmann::sax_parse(text.begin(), text.end(), this))
       throw JsonError("not JSON");

@@ -29,6 +29,15 @@ TEST(Json, WritesSortedAndCompactAndReadsItBack) {
   EXPECT_EQ(*Json::parse(R"({"a":1,"a":2})").find("a")->integer(), 2);
 }
 
+TEST(Json, HalfASurrogatePairHidesNothingElse) {
+  const Table<std::string, std::string> rows = {
+      {R"("a\ud83d")", "a\uFFFD"},       {R"("\uDD25b")", "\uFFFDb"},
+      {R"("\ud83d\ud83d\udd25")", "\uFFFD🔥"}, {R"("\ud83d\n\ud83dx")", "\uFFFD\n\uFFFDx"},
+      {R"("\\ud83d")", "\\ud83d"},    {R"("\ud83d\udd25")", "🔥"}};
+  for (const auto& [text, value] : rows) EXPECT_EQ(*Json::parse(text).string(), value) << text;
+  EXPECT_THROW(Json::parse(R"("\ud83)"), JsonError);
+}
+
 TEST(Json, NumbersAreIntegersWhenTheirValueIs) {
   const std::int64_t most = std::numeric_limits<std::int64_t>::max();
   const Table<const char*, std::optional<std::int32_t>, std::optional<std::int64_t>> rows = {
