@@ -10,8 +10,6 @@ namespace kestrelune {
 namespace {
 
 constexpr const char* kInterface = "com.canonical.dbusmenu";
-/// A host that said it opened the menu and never says that it closed.
-constexpr double kLongestOpen = 60;
 
 using Item = MenuLayout::Item;
 using Wanted = std::set<std::string>;  ///< names of properties; none: all
@@ -293,12 +291,10 @@ void MenuExport::opened(const std::string& host) {
   if (!host.empty())
     host_ = bus_.watchName(
         host, [](const std::string&) {}, [this] { closed(); });
-  forgotten_ = bus_.loop().after(kLongestOpen, [this] { closed(); });
 }
 
 void MenuExport::closed() {
   setOpen(false);
-  forgotten_.reset();
   changed();
   // This may be the watch's own call.
   if (host_) bus_.loop().post([host = std::shared_ptr<Subscription>(std::move(host_))] {});

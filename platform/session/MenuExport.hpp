@@ -57,7 +57,6 @@ class MenuExport {
   sd_bus_slot* slot_ = nullptr;
   std::unique_ptr<Subscription> connection_;
   std::unique_ptr<Subscription> host_;  ///< of the open menu: when it goes, the menu has closed
-  Timer forgotten_;
   Lifetime lifetime_;
 };
 

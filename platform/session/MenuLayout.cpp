@@ -18,6 +18,13 @@ std::string identityOf(const MenuRow& row) {
   return identity;
 }
 
+/// What a row says beside its title; a host has no second line to say it in.
+std::string besideTitle(const MenuRow& row) {
+  if (row.form == MenuRow::Form::attention) return "";
+  if (row.form == MenuRow::Form::header || row.detail.empty()) return row.subtitle;
+  return row.subtitle.empty() ? row.detail : row.detail + " · " + row.subtitle;
+}
+
 bool canBeChosen(const MenuRow& row) {
   return row.form == MenuRow::Form::normal && row.enabled && !row.represented.empty();
 }
@@ -31,9 +38,11 @@ struct MenuLayout::Names {
 };
 
 std::string exportedLabel(const std::string& title, const std::string& detail) {
-  std::string label = title;
-  if (!detail.empty()) label += (label.empty() ? "" : " — ") + detail;
-  label = text::shortened(label, MenuLayout::kLongestLabel, MenuLayout::kLongestLabel - 1);
+  // The title is what gives way: the detail tells how it goes.
+  std::string rest = text::shortened(detail, MenuLayout::kLongestDetail, MenuLayout::kLongestDetail - 1);
+  if (!rest.empty() && !title.empty()) rest.insert(0, " — ");
+  const std::size_t room = MenuLayout::kLongestLabel - text::characterCount(rest);
+  std::string label = text::shortened(title, room, room - 1) + rest;
   // One character can hold any number of combining marks.
   if (label.size() > MenuLayout::kMostLabelBytes) label.resize(MenuLayout::kMostLabelBytes);
   std::string plain;
@@ -80,12 +89,11 @@ std::int32_t MenuLayout::append(std::int32_t parent, const std::string& identity
 void MenuLayout::add(std::int32_t parent, const std::string& path, const MenuTree& rows, int level, Names& names) {
   if (level > kDeepest) return;
   for (const MenuRow& row : rows) {
-    Item item{.label = exportedLabel(row.title, row.form == MenuRow::Form::header ? row.subtitle : row.detail),
+    Item item{.label = exportedLabel(row.title, besideTitle(row)),
               .separator = row.form == MenuRow::Form::separator,
               .enabled = canBeChosen(row) || !row.children.empty() || row.form == MenuRow::Form::attention,
               .checked = row.checked,
               .key = row.key};
-    if (row.form == MenuRow::Form::attention) item.label = exportedLabel(row.title, "");
     if (canBeChosen(row) && row.children.empty()) {
       item.choice = MenuChoice{.represented = row.represented, .settleKey = row.settleKey};
     }

@@ -31,6 +31,7 @@ class MenuLayout {
   static constexpr int kDeepest = 8;
   /// Characters of a label; what lies beyond is cut.
   static constexpr std::size_t kLongestLabel = 200;
+  static constexpr std::size_t kLongestDetail = 120;  ///< of these
   static constexpr std::size_t kMostLabelBytes = 8000;
 
   MenuLayout();
@@ -51,7 +52,8 @@ class MenuLayout {
   std::int32_t last_ = kRoot;
 };
 
-/// The label of a row for a host: title and detail, underscores doubled, one line, cut to a sane length.
+/// The label of a row for a host: title and detail, underscores doubled, one line, cut to a sane length, the title
+/// before the detail.
 std::string exportedLabel(const std::string& title, const std::string& detail);
 
 }  // namespace kestrelune

@@ -29,6 +29,7 @@ TEST(MenuLayoutTest, LabelsAreWholeLinesThatHostsTakeAsTheyStand) {
       {"zero", std::string("a\0b", 3), "", "a\uFFFDb"},
       {"broken", "a\xFF", "", "a\xEF\xBF\xBD"},
       {"long", std::string(10'000, 'x'), "", std::string(199, 'x') + "…"},
+      {"the title is cut first", std::string(300, 'x'), "Codex", std::string(191, 'x') + "… — Codex"},
       {"marks", 'a' + text::replacedAll(std::string(9000, 'x'), "x", "\u0301"), "",
        'a' + text::replacedAll(std::string(3999, 'x'), "x", "\u0301") + "\uFFFD"},
       {"just not long", std::string(199, 'x'), "", std::string(199, 'x')}};
