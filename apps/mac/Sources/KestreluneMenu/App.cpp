@@ -20,7 +20,8 @@ std::optional<Number> parsed(const std::optional<std::string>& text) {
   if (!text) return std::nullopt;
   Number number{};
   const char* end = text->data() + text->size();
-  const auto [rest, error] = std::from_chars(text->data(), end, number);
+  const bool signedPlus = text->starts_with('+') && !text->starts_with("+-");
+  const auto [rest, error] = std::from_chars(text->data() + (signedPlus ? 1 : 0), end, number);
   if (error != std::errc{} || rest != end) return std::nullopt;
   return number;
 }

@@ -115,7 +115,8 @@ bool AppUpdateFiles::takeRolledBack(const std::function<void(std::int64_t build)
   const auto content = readFile(files_, path, kLargestState);
   if (!content) return !mayPass(content.error);
   if (!text::isValidUtf8(content.value)) return true;
-  const std::string number = text::trimmed(content.value);
+  std::string number = text::trimmed(content.value);
+  if (number.starts_with('+') && !number.starts_with("+-")) number.erase(0, 1);
   std::int64_t build = 0;
   const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), build);
   try {

@@ -167,7 +167,7 @@ std::optional<std::string> SetupFlow::guide(std::string_view id) {
 
 std::optional<std::string> SetupFlow::clipboard(std::string_view id) {
   const std::string address = endpoints::kMcpUrl;
-  if (id == "chatgpt") return address;
+  if (id == "chatgpt" || id == "google") return address;
   if (id == "grok") {
     return "Add a custom MCP server named Kestrelune with the URL " + address + " and authorize it.";
   }
