@@ -225,14 +225,5 @@ TEST_F(MenuTest, ASetupStopsTheHelperAndStartsItAgain) {
   }
 }
 
-TEST_F(MenuTest, BoundsAreToldOfWhatIsBigEnough) {
-  MenuController& controller = make();
-  lines.clear();
-  session.windows().frames = {{10, 20, 368, 400}, {10, 40, 201, 101}, {0, 0, 200, 400}, {0, 0, 400, 100}};
-  controller.logMenuBounds();
-  loop.turn();
-  EXPECT_EQ(lines, (std::vector<std::string>{"MENU_RECT 4,0,380,440", "MENU_RECT 4,12,213,141"}));
-}
-
 }  // namespace
 }  // namespace kestrelune

@@ -41,7 +41,7 @@ class SetupTest : public testing::Test {
                 [this](const HelperCommand& command, double timeout, auto completed) {
                   calls.push_back({command, timeout, std::move(completed)});
                 },
-            .registerLoginItem = [this] { return ++registrations, loginFailure; },
+            .registerLoginItem = [this](bool isNew) { return ++(isNew ? newRegistrations : registrations), loginFailure; },
             .showError = [this](const RuntimeError& error) { errors.push_back(error.description()); }});
     controller->onFirstRun = [this] { events.emplace_back("first run"); };
     controller->onBeforeInstall = [this] { events.emplace_back("before install"); };
@@ -84,7 +84,7 @@ class SetupTest : public testing::Test {
   std::deque<Call> calls;
   std::vector<std::string> events, errors;
   bool restarts = true;
-  int registrations = 0;
+  int registrations = 0, newRegistrations = 0;
   std::string loginFailure;
   std::unique_ptr<SetupController> controller;
 };
@@ -140,7 +140,7 @@ TEST_F(SetupTest, ASetupPlacesInstallsAndRegisters) {
   EXPECT_EQ(world.folder.read(kHelper), kCarried);
   EXPECT_TRUE(controller->runner().running());
   complete(0, "done");
-  EXPECT_EQ(registrations, 1);
+  EXPECT_EQ(newRegistrations, 1) << "one that was switched off comes back";
   EXPECT_EQ(events.back(), "finished 0 done");
   EXPECT_FALSE(controller->busy());
 
@@ -165,7 +165,7 @@ TEST_F(SetupTest, FailuresAreToldAndASecondTryWorks) {
   world.loop.turn();
   complete(1, "no network");
   EXPECT_EQ(events.back(), "finished 1 no network");
-  EXPECT_EQ(registrations, 0);
+  EXPECT_EQ(newRegistrations, 0);
   controller->setup();
   world.loop.turn();
   complete(0);
@@ -273,6 +273,25 @@ TEST_F(SetupTest, AnUpdateGoesTheWayOfTheInstall) {
   complete(0, "1.0");
   EXPECT_EQ(events, Events{"before install"}) << "a new runtime needs the helper's own install";
   EXPECT_EQ(running(), "node --in-app");
+  complete(0);
+  EXPECT_EQ(registrations, 1) << "an update is no new setup";
+}
+
+TEST_F(SetupTest, ATaskThatBeginsWhileAnUpdateIsPlacedIsNotCutOff) {
+  installHelper();
+  installOld();
+  world.writeStatus(kIdle);
+  make();
+  look();
+  calls.front().completed({0, "1.0"});
+  calls.clear();
+  world.writeStatus(R"(,"state":"running","tasks":{"running":1},"running":[])");
+  for (int round = 0; round < 2; ++round) look();
+  EXPECT_EQ(world.folder.read(kHelper), kCarried);
+  EXPECT_TRUE(events.empty());
+  world.writeStatus(kIdle);
+  for (int round = 0; round < 2; ++round) look();
+  EXPECT_EQ(events, Events{"restart"}) << "once, when it is idle";
 }
 
 TEST_F(SetupTest, ADryRunTouchesNothing) {

@@ -99,13 +99,5 @@ TEST_F(AppsUpdaterTest, AnUpdateStartedElsewhereIsLeftAlone) {
   EXPECT_TRUE(events.empty());
 }
 
-TEST_F(AppsUpdaterTest, ACommandMayOutliveItsUpdater) {
-  auto updater = make();
-  updater->start();
-  updater.reset();
-  runs[0].completed({0, ""});
-  EXPECT_EQ(events, std::vector<std::string>{"running"});
-}
-
 }  // namespace
 }  // namespace kestrelune

@@ -57,9 +57,9 @@ bool MenuController::appBusy() const {
 SetupController::Reach MenuController::setupReach() {
   SetupController::Reach reach;
   reach.execute = outside_.execute;
-  reach.registerLoginItem = [this]() -> std::string {
+  reach.registerLoginItem = [this](bool isNewSetup) -> std::string {
     LoginItem& item = outside_.session.loginItem();
-    return item.status() == LoginItem::Status::enabled ? "" : item.registerItem(false);
+    return item.status() == LoginItem::Status::enabled ? "" : item.registerItem(isNewSetup);
   };
   reach.showError = [this](const RuntimeError& error) { actions_.showError(error); };
   return reach;

@@ -111,6 +111,8 @@ void SetupController::setup() {
 
 void SetupController::install(bool replaceHelper) {
   if (onBeforeInstall) onBeforeInstall();
+  isNewSetup_ = true;
+  placed_.reset();
   place(replaceHelper, [this](const HelperFileChanges&) {
     cachedVersion_.reset();
     runner_.start(files_, kInstallTimeout);
@@ -146,7 +148,7 @@ void SetupController::runnerChanged(const SetupRunner::State& state) {
   cachedVersion_.reset();
   if (state.code == 0 && !configuration_.dryRun) {
     // A login item that fails doesn't fail the setup.
-    const std::string reason = reach_.registerLoginItem ? reach_.registerLoginItem() : "";
+    const std::string reason = reach_.registerLoginItem ? reach_.registerLoginItem(isNewSetup_) : "";
     if (!reason.empty()) reach_.showError(RuntimeError::script(reason));
   }
   if (onFinished) onFinished(state.code, state.lastLine);
@@ -159,6 +161,7 @@ Snapshot SetupController::look() const {
 void SetupController::checkForUpdates() {
   if (busy() || !payload_ || configuration_.dryRun) return;
   if (!agentIsThere() && !runsInApp()) return;
+  if (placed_) return useUpdate();
   const Snapshot snapshot = look();
   if (snapshot.status && snapshot.signal != Signal::red && activeTasks(*snapshot.status) > 0) return;
 
@@ -203,14 +206,23 @@ void SetupController::applyUpdate(const Version& installed) {
 
   place(true, [this](const HelperFileChanges& changes) {
     cachedVersion_.reset();
-    if (changes.runtimeChanged) {
-      // The helper's install must run under the new runtime.
-      if (onBeforeInstall) onBeforeInstall();
-      return runner_.start(files_, kInstallTimeout);
-    }
-    if (restartBackground && restartBackground()) return;
-    restartAgent();
+    placed_ = changes;
+    useUpdate();
   });
+}
+
+/// Placing takes its time, and a task that has begun meanwhile is not cut off: the next check looks again.
+void SetupController::useUpdate() {
+  if (!isSafeToReplace()) return;
+  const HelperFileChanges changes = *std::exchange(placed_, std::nullopt);
+  if (changes.runtimeChanged) {
+    // The helper's install must run under the new runtime.
+    if (onBeforeInstall) onBeforeInstall();
+    isNewSetup_ = false;
+    return runner_.start(files_, kInstallTimeout);
+  }
+  if (restartBackground && restartBackground()) return;
+  restartAgent();
 }
 
 void SetupController::restartAgent() {

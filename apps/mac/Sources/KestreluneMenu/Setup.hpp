@@ -39,9 +39,9 @@ class SetupController {
 
   struct Reach {
     ExecuteCommand execute;
-    /// Opens the application at login, unless it does already or the user switched that off. The reason of a failure;
-    /// empty: done.
-    std::function<std::string()> registerLoginItem;
+    /// Opens the application at login, unless it does already. One that the user switched off stays off but for a new
+    /// setup, which an update of the helper isn't. The reason of a failure; empty: done.
+    std::function<std::string(bool isNewSetup)> registerLoginItem;
     std::function<void(const RuntimeError& error)> showError;
     std::function<bool()> agentExists;  ///< absent: the launch agent's file is looked for
     std::function<bool()> inAppExists;  ///< absent: the marker is looked for
@@ -89,6 +89,7 @@ class SetupController {
   void install(bool replaceHelper);
   void place(bool replaceHelper, Placed placed);
   void applyUpdate(const Version& installed);
+  void useUpdate();
   void restartAgent();
   void runnerChanged(const SetupRunner::State& state);
 
@@ -100,6 +101,8 @@ class SetupController {
   SetupRunner runner_;
   bool checkingUpdate_ = false;
   std::optional<Version> cachedVersion_;
+  std::optional<HelperFileChanges> placed_;  ///< by an update that the helper doesn't run yet
+  bool isNewSetup_ = true;                   ///< the install that runs; else an update's
   Lifetime lifetime_;
 };
 
