@@ -126,6 +126,8 @@ class Service:
         if isinstance(body, str):
             handler.send_response(302)
             handler.send_header("Location", body)
+            # Without it only the end of the connection ends the answer, which a newer library takes for a cut one.
+            handler.send_header("Content-Length", "5")
             handler.end_headers()
             return handler.wfile.write(b"moved")
         size = body.stat().st_size if isinstance(body, pathlib.Path) else len(body)
