@@ -10,6 +10,7 @@ namespace kestrelune {
 namespace {
 
 constexpr const char* kInterface = "com.canonical.dbusmenu";
+constexpr double kClickAfterClosing = 1;
 
 using Item = MenuLayout::Item;
 using Wanted = std::set<std::string>;  ///< names of properties; none: all
@@ -37,6 +38,17 @@ int appendProperties(sd_bus_message* to, std::int32_t id, const Item& item, cons
     result |= sd_bus_message_append(to, "{sv}", "shortcut", "aas", 1, 2, "Control", item.key.c_str());
   }
   return result | sd_bus_message_close_container(to);
+}
+
+/// The names of the properties that have the protocol's own default now.
+int appendDefaults(sd_bus_message* to, std::int32_t id, const Item& item) {
+  int result = sd_bus_message_open_container(to, 'r', "ias");
+  result |= sd_bus_message_append(to, "i", id);
+  result |= sd_bus_message_open_container(to, 'a', "s");
+  if (item.enabled) result |= sd_bus_message_append(to, "s", "enabled");
+  if (!item.checked) result |= sd_bus_message_append(to, "ss", "toggle-type", "toggle-state");
+  if (item.key.empty()) result |= sd_bus_message_append(to, "s", "shortcut");
+  return result | sd_bus_message_close_container(to) | sd_bus_message_close_container(to);
 }
 
 /// `depth` levels of children; negative: all.
@@ -255,10 +267,33 @@ void MenuExport::unpublish() {
 }
 
 void MenuExport::setMenu(const MenuTree& menu) {
-  if (!layout_.setMenu(menu)) return;
+  const MenuLayout::Change change = layout_.setMenu(foldedMenu(menu));
+  if (!change.any) return;
   ++revision_;
   owesSignal_ = true;
+  if (open_ && slot_ && bus_.connected()) tellProperties(change.properties);
   changed();
+}
+
+/// What stays a row shows its new words at once. New rows wait until the menu is closed, since several hosts lose the
+/// pointer over them, or close.
+void MenuExport::tellProperties(const std::vector<std::int32_t>& ids) {
+  if (ids.empty()) return;
+  sd_bus_message* signal = nullptr;
+  if (sd_bus_message_new_signal(bus_.connection(), &signal, kPath, kInterface, "ItemsPropertiesUpdated") < 0) return;
+  const BusMessage owner(signal);
+  int made = sd_bus_message_open_container(signal, 'a', "(ia{sv})");
+  for (const std::int32_t id : ids) {
+    made |= sd_bus_message_open_container(signal, 'r', "ia{sv}");
+    made |= sd_bus_message_append(signal, "i", id);
+    made |= appendProperties(signal, id, *layout_.find(id), {});
+    made |= sd_bus_message_close_container(signal);
+  }
+  made |= sd_bus_message_close_container(signal);
+  made |= sd_bus_message_open_container(signal, 'a', "(ias)");
+  for (const std::int32_t id : ids) made |= appendDefaults(signal, id, *layout_.find(id));
+  made |= sd_bus_message_close_container(signal);
+  if (made >= 0) sd_bus_send(nullptr, signal, nullptr);
 }
 
 void MenuExport::changed() {
@@ -268,7 +303,9 @@ void MenuExport::changed() {
 }
 
 bool MenuExport::aboutToShow(std::int32_t id) {
-  if (id != MenuLayout::kRoot || open_) return false;
+  if (id != MenuLayout::kRoot) return false;
+  // Some hosts never say that they have closed it, and say so by opening it again.
+  if (open_) setOpen(false);
   const std::uint32_t before = revision_;
   // The host learns of the change by this answer; a signal beside it would make it draw twice. One that doesn't mind
   // the answer gets its signal when the menu closes.
@@ -283,6 +320,13 @@ bool MenuExport::aboutToShow(std::int32_t id) {
 void MenuExport::setOpen(bool open) {
   if (open_ == open) return;
   open_ = open;
+  if (open) {
+    forgetting_.reset();
+    layout_.keepShown(true);
+  } else {
+    // A host may tell of the click after it has told of the closing.
+    forgetting_ = bus_.loop().after(kClickAfterClosing, [this] { layout_.keepShown(false); });
+  }
   events_.openChanged(open);
 }
 
@@ -301,7 +345,7 @@ void MenuExport::closed() {
 }
 
 bool MenuExport::event(std::int32_t id, const std::string& kind, const std::string& sender) {
-  const Item* item = layout_.find(id);
+  const Item* item = layout_.shown(id);
   if (!item) return false;
   if (id == MenuLayout::kRoot && kind == "opened") opened(sender);
   if (id == MenuLayout::kRoot && kind == "closed") closed();

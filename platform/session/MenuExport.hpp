@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "base/Lifetime.hpp"
 #include "session/Bus.hpp"
@@ -14,7 +15,8 @@ struct sd_bus_slot;
 namespace kestrelune {
 
 /// The menu as `com.canonical.dbusmenu` on the session bus, for hosts that draw it themselves. While a host has it open
-/// nothing moves under the pointer: one signal of change goes out when it closes.
+/// nothing moves under the pointer: what stays a row shows its new words, and one signal of change goes out when it
+/// closes. Until then what a row said is what a click on it does.
 class MenuExport {
  public:
   static constexpr const char* kPath = "/MenuBar";
@@ -46,6 +48,7 @@ class MenuExport {
   bool event(std::int32_t id, const std::string& kind, const std::string& sender);
   bool aboutToShow(std::int32_t id);
   void changed();
+  void tellProperties(const std::vector<std::int32_t>& ids);
 
   Bus& bus_;
   const Events events_;
@@ -57,6 +60,7 @@ class MenuExport {
   sd_bus_slot* slot_ = nullptr;
   std::unique_ptr<Subscription> connection_;
   std::unique_ptr<Subscription> host_;  ///< of the open menu: when it goes, the menu has closed
+  Timer forgetting_;
   Lifetime lifetime_;
 };
 

@@ -34,11 +34,22 @@ class MenuLayout {
   static constexpr std::size_t kLongestDetail = 120;  ///< of these
   static constexpr std::size_t kMostLabelBytes = 8000;
 
+  /// Rows of the top level, beyond which long sections become submenus: a host's menu may not scroll.
+  static constexpr std::size_t kMostRows = 16;
+
+  struct Change {
+    bool any = false;                      ///< of what a host sees
+    std::vector<std::int32_t> properties;  ///< entries that stay and look different
+  };
+
   MenuLayout();
-  /// Returns whether anything that a host sees has changed.
-  bool setMenu(const MenuTree& menu);
+  Change setMenu(const MenuTree& menu);
   /// Null for a number that isn't in use.
   const Item* find(std::int32_t id) const;
+  /// The same, and an entry that has gone since a host shows the menu: what it said is what a click on it means.
+  const Item* shown(std::int32_t id) const;
+  /// Whether entries that go are kept for `shown`. Those that were kept so far are forgotten.
+  void keepShown(bool keeps);
   const std::map<std::int32_t, Item>& items() const { return items_; }
 
  private:
@@ -50,7 +61,13 @@ class MenuLayout {
   std::map<std::int32_t, Item> items_;
   std::map<std::string, std::int32_t> numbers_;  ///< of the present entries, by what they are and where
   std::int32_t last_ = kRoot;
+  bool keepsShown_ = false;
+  std::map<std::int32_t, Item> gone_;
 };
+
+/// The menu as hosts get it: at most `MenuLayout::kMostRows` rows on its top level as far as sections allow it, and no
+/// section that only repeats the header.
+MenuTree foldedMenu(MenuTree menu);
 
 /// The label of a row for a host: title and detail, underscores doubled, one line, cut to a sane length, the title
 /// before the detail.

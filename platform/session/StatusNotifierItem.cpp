@@ -19,6 +19,7 @@ constexpr const char* kWatcher = "org.kde.StatusNotifierWatcher";
 constexpr const char* kWatcherPath = "/StatusNotifierWatcher";
 constexpr const char* kId = "com.kestrelune.menu";
 constexpr double kCallSeconds = 25;
+constexpr double kPixmapSeconds = 2;    ///< for which drawn pictures are kept
 constexpr double kRefusedSeconds = 30;  ///< until a watcher that refused is asked again
 
 int appendPixmaps(sd_bus_message* to, const std::vector<Pixmap>& pixmaps) {
@@ -65,8 +66,11 @@ struct StatusNotifierItem::Methods {
   }
 
   static int icon(sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void* data, sd_bus_error*) {
-    // Made for each question: hosts ask when the dot has changed, and a hundred kilobytes wouldn't be used in between.
-    return appendPixmaps(reply, iconPixmaps(of(data).look_.value_or(StatusItemLook{}).dot));
+    StatusNotifierItem& item = of(data);
+    if (item.pixmaps_.empty()) item.pixmaps_ = iconPixmaps(item.look_.value_or(StatusItemLook{}).dot);
+    // Hosts ask when the dot has changed, several times in a row: in between a hundred kilobytes wouldn't be used.
+    item.forgetting_ = item.bus_.loop().after(kPixmapSeconds, [&item] { item.pixmaps_ = {}; });
+    return appendPixmaps(reply, item.pixmaps_);
   }
   static int noPicture(sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void*, sd_bus_error*) {
     return appendPixmaps(reply, {});
@@ -253,6 +257,7 @@ void StatusNotifierItem::propertyChanged(const char* name) {
 void StatusNotifierItem::show(const StatusItemLook& look) {
   const StatusItemLook before = std::exchange(look_, look).value_or(StatusItemLook{});
   if (before.dot != look.dot) {
+    pixmaps_ = {};
     propertyChanged("IconPixmap");
     signal("NewIcon");
   }

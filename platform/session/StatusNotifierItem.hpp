@@ -8,6 +8,7 @@
 
 #include "base/Session.hpp"
 #include "session/Bus.hpp"
+#include "session/Pixmaps.hpp"
 
 struct sd_bus_slot;
 
@@ -57,7 +58,8 @@ class StatusNotifierItem {
   std::string watcher_;
   std::vector<sd_bus_slot*> slots_;
   std::unique_ptr<Subscription> connection_, watch_, registering_, asking_;
-  Timer again_;
+  std::vector<Pixmap> pixmaps_;  ///< of the present look, while hosts ask; empty: to be drawn
+  Timer again_, forgetting_;
 };
 
 }  // namespace kestrelune

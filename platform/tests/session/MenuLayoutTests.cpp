@@ -39,6 +39,26 @@ TEST(MenuLayoutTest, LabelsAreWholeLinesThatHostsTakeAsTheyStand) {
   }
 }
 
+TEST(MenuLayoutTest, LongSectionsBecomeSubmenusUntilTheMenuFits) {
+  using Form = MenuRow::Form;
+  MenuTree menu{{.form = Form::header, .title = "Needs you"}};
+  const auto section = [&](const char* title, int rows) {
+    menu.push_back({.form = Form::section, .title = title});
+    while (rows-- > 0) menu.push_back({.title = title, .represented = std::to_string(rows), .enabled = true});
+    menu.push_back({.form = Form::separator});
+  };
+  const auto titles = [&] {
+    std::string all;
+    for (const MenuRow& row : foldedMenu(menu))
+      all += row.form == Form::separator ? "-" : row.title + std::to_string(row.children.size()) + " ";
+    return all;
+  };
+  section("Needs you", 3), section("a", 2);
+  EXPECT_EQ(titles(), "Needs you0 Needs you0 Needs you0 Needs you0 -a0 a0 a0 -") << "it fits; said once";
+  section("b", 5), section("c", 9);
+  EXPECT_EQ(titles(), "Needs you0 Needs you0 Needs you0 Needs you0 -a0 a0 a0 -b5 c9 -");
+}
+
 TEST(MenuLayoutTest, EachFormBecomesPlainItems) {
   using Form = MenuRow::Form;
   MenuRow answer{.form = Form::attention,
@@ -86,7 +106,7 @@ TEST(MenuLayoutTest, NumbersStayWithTheirEntryAndNeverServeAnother) {
                                                    {"deeper", {{.title = "B", .children = {b}}, c}, true}};
   for (const auto& [what, menu, changed] : rows) {
     SCOPED_TRACE(what);
-    EXPECT_EQ(layout.setMenu(menu), changed);
+    EXPECT_EQ(layout.setMenu(menu).any, changed);
     for (const auto& [id, item] : layout.items()) {
       const std::string name = item.label.substr(0, 1) + (item.children.empty() ? "" : ">");
       EXPECT_EQ(owners.emplace(id, name).first->second, name) << "number " << id;

@@ -180,6 +180,17 @@ TEST_F(StatusItemPresenterTest, NothingMovesUnderAnOpenMenu) {
     host->signals.clear();
   }
   EXPECT_TRUE(host->event(0, "opened"));
+  menu[0].detail = "nearly done";
+  presenter.setMenu(menu);
+  settle();
+  EXPECT_EQ(host->count("ItemsPropertiesUpdated"), 1) << "what stays a row shows its new words";
+  const std::int32_t shown = host->layout().children[0].id;
+  menu.erase(menu.begin());
+  presenter.setMenu(menu);
+  EXPECT_TRUE(host->event(shown, "clicked")) << "it is still to be seen there";
+  EXPECT_TRUE(served([&] { return !choices.empty(); }));
+  EXPECT_TRUE(host->event(0, "opened"));
+  EXPECT_FALSE(host->event(shown, "clicked"));
   host.reset();
   EXPECT_TRUE(served([&] { return !presenter.menuIsOpen(); })) << "its host is gone";
 }
