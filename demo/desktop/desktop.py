@@ -27,6 +27,7 @@ BUNDLE = pathlib.Path(os.environ.get("KESTRELUNE_TEST_BUNDLE", ROOT / "build/rel
 BINARY = BUNDLE / "Contents/MacOS/KestreluneMenu"
 HELPER = ROOT / "demo/kestrelune-runner.mjs"
 SCENES = ROOT / "demo/scenes"
+LIMIT = 60  # seconds; only a hang takes that long, however busy the machine is
 PATIENCE = float(os.environ.get("KESTRELUNE_TEST_PATIENCE", "1"))
 
 DISPLAY_OPTIONS = ["-screen", "0", "1280x800x24", "-nolisten", "tcp", "-noreset"]
@@ -41,7 +42,7 @@ class Failure(AssertionError):
     """What was waited for did not come, or is not as it should be."""
 
 
-def wait_for(what, predicate, timeout=20):
+def wait_for(what, predicate, timeout=LIMIT):
     """Turns the main context until the predicate gives something true, and gives that."""
     context = GLib.MainContext.default()
     end = time.monotonic() + timeout * PATIENCE
@@ -86,7 +87,7 @@ class Process:
     def signal(self, number):
         self.child.send_signal(number)
 
-    def ended(self, timeout=20):
+    def ended(self, timeout=LIMIT):
         """The exit status, waited for; all lines are there then."""
         wait_for(f"the end of {self.child.args[0]}", lambda: self.child.poll() is not None, timeout)
         for reader in self.readers:
@@ -105,7 +106,7 @@ class Process:
     def states(self):
         return [line for line in self.lines if line.startswith("STATE ")]
 
-    def line(self, text, timeout=20):
+    def line(self, text, timeout=LIMIT):
         """Waits for a line of standard output that begins so."""
         def arrived():
             over = self.child.poll() is not None and not any(reader.is_alive() for reader in self.readers)

@@ -4,7 +4,7 @@ import gi
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 
-from desktop import Failure, wait_for  # noqa: E402
+from desktop import LIMIT, Failure, wait_for  # noqa: E402
 
 # By their numbers, which last: the names that the system gives them have changed ("push button" became "button").
 ROLES = {43: "push button", 7: "check box", 44: "radio button", 37: "page tab", 38: "page tab list", 61: "text", 48: "scroll bar"}
@@ -44,7 +44,7 @@ class Reader:
     def find(self, name, role=None):
         return next((node for is_role, is_name, node in self.nodes() if is_name == name and role in (None, is_role)), None)
 
-    def wait(self, name, role=None, timeout=20):
+    def wait(self, name, role=None, timeout=LIMIT):
         try:
             return wait_for(f"{role or 'a text'} “{name}”", lambda: self.find(name, role), timeout)
         except Failure as failure:
