@@ -136,6 +136,20 @@ TEST_F(MenuTest, TheMainWindowFollowsTheRefreshWhileItIsVisible) {
   loop.pass(5.1);
   EXPECT_NE(session.windows().texts("main").find("Pick a date"), std::string::npos);
 
+  const int drawn = session.windows().drawn;
+  loop.pass(61);
+  EXPECT_EQ(session.windows().drawn, drawn + 1) << "it tells times of day and how long";
+  const auto checks = [&](pid_t pid) {
+    folder.write("runner/reports/latest.json", R"({"state":"running","pid":)" + std::to_string(pid) + "}");
+  };
+  const auto runs = [&] { return session.windows().texts("main").find("Running now") != std::string::npos; };
+  checks(::getpid());
+  controller.performAction("window:general");
+  EXPECT_TRUE(runs());
+  checks(0x3fffffff);
+  loop.pass(5.1);
+  EXPECT_FALSE(runs()) << "its process has gone";
+
   session.windows().userCloses("main");
   const int updates = session.windows().updates;
   writeStatus("");
@@ -195,6 +209,7 @@ TEST_F(MenuTest, ASetupStopsTheHelperAndStartsItAgain) {
   std::filesystem::create_directory_symlink("old", folder.path("root/node/current"));
   MenuController& controller = make(false);
   controller.background().start();
+  controller.showSetupWindow(SetupStep::account);
   const struct {
     const char* greyed;
     HelperCommandResult result;
@@ -207,7 +222,9 @@ TEST_F(MenuTest, ASetupStopsTheHelperAndStartsItAgain) {
   for (const auto& row : rows) {
     const std::size_t running = tasks.children.size() - 1;
     session.alert().asked.clear();
+    const int drawn = session.windows().drawn;
     controller.setup().setup();
+    EXPECT_GT(session.windows().drawn, drawn) << "the window doesn't wait for its next look";
     EXPECT_EQ(tasks.children[running]->signals, std::vector<int>{SIGTERM});
     ASSERT_NE(item().row(row.greyed), nullptr);
     EXPECT_FALSE(item().row(row.greyed)->enabled);

@@ -23,7 +23,7 @@ void MenuController::showSetupWindow(std::optional<SetupStep> step) {
 /// The window follows the refresh; a hidden one only learns of a running update, which it shows when it comes back.
 void MenuController::updateWindow() {
   if (!mainWindow_) return;
-  if (mainWindow_->isVisible()) mainWindow_->model().setSnapshot(snapshot_);
+  if (mainWindow_->isVisible()) mainWindow_->follow(snapshot_);
   mainWindow_->model().setUpdateLine(updateLine());
 }
 

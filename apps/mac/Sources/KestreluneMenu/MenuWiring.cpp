@@ -37,7 +37,10 @@ void MenuController::wire() {
     notifications_.send({"update-all", title, body, Action::window("ais")});
   };
 
-  setup_.onChange = [this] { refreshAll(); };
+  setup_.onChange = [this] {
+    refreshAll();
+    if (setupWindow_) setupWindow_->setupChanged();
+  };
   setup_.onFirstRun = [this] { showSetupWindow(); };
   setup_.onBeforeInstall = [this] { background_.stop(); };
   setup_.restartBackground = [this] { return background_.restart(); };

@@ -89,6 +89,10 @@ void SetupWindowController::show(bool raise) {
   windows.raise(kWindowId);
 }
 
+void SetupWindowController::setupChanged() {
+  if (isVisible()) render();
+}
+
 /// Costs nothing on screen when nothing has changed: an equal tree isn't sent.
 void SetupWindowController::render() { show(false); }
 

@@ -31,6 +31,8 @@ class SetupWindowController {
   void setStep(SetupStep step);
   /// Looks at how things stand. A given snapshot is used as it is; without one the status file is read.
   void tick(const std::optional<Snapshot>& given = std::nullopt);
+  /// The setup has begun, gone on or ended: draws that anew where the window is seen.
+  void setupChanged();
   bool isVisible() const;
   const SetupWindowModel& model() const { return model_; }
   /// What a control does, by its key.

@@ -1,5 +1,6 @@
 #include "Window.hpp"
 
+#include <cmath>
 #include <cstdint>
 #include <utility>
 
@@ -13,6 +14,8 @@ namespace {
 constexpr double kWidth = 640, kHeight = 600;
 constexpr double kLeastWidth = 420, kLeastHeight = 380;
 constexpr double kRestSeconds = 1;
+
+double minuteOf(Date now) { return std::floor(now.seconds / 60); }
 
 }  // namespace
 
@@ -48,8 +51,15 @@ void MainWindowController::show(const std::string& place, const Snapshot& snapsh
 
 bool MainWindowController::isVisible() const { return outside_.session.windows().isVisible(kWindowId); }
 
+void MainWindowController::follow(const Snapshot& snapshot) {
+  model_.setSnapshot(snapshot);
+  if (model_.state().problemRunning) model_.loadProblem();
+  if (drawnMinute_ != minuteOf(outside_.clock.now())) redrawSoon();
+}
+
 void MainWindowController::draw() {
   const Date now = outside_.clock.now();
+  drawnMinute_ = minuteOf(now);
   drawn_ = WindowViews::mainView(model_.state(), model_.lists(now), now);
 }
 

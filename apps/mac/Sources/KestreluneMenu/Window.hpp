@@ -25,6 +25,9 @@ class MainWindowController {
   /// the status doesn't carry.
   void show(const std::string& place, const Snapshot& snapshot);
   bool isVisible() const;
+  /// A look at the status, while the window is visible: what it shows follows the snapshot, the clock's minute, and
+  /// the end of a check that it takes for running.
+  void follow(const Snapshot& snapshot);
   WindowModel& model() { return model_; }
   /// Ends what is being loaded, and keeps the window's frame.
   void stop();
@@ -40,6 +43,7 @@ class MainWindowController {
   Outside outside_;
   WindowModel model_;
   DrawnView drawn_;
+  double drawnMinute_ = 0;  ///< of the clock, when it was drawn
   bool redrawing_ = false;
   std::optional<Rect> unsaved_;  ///< where the window came to rest
   Timer saving_;

@@ -78,6 +78,7 @@ class FakeWindows final : public Windows {
     shown[spec.id] = Shown{spec, tree, std::move(events)};
   }
   void update(const std::string& id, const View& tree) override {
+    ++drawn;
     const auto found = shown.find(id);
     if (found == shown.end() || found->second.tree == tree) return;
     found->second.tree = tree;
@@ -113,6 +114,7 @@ class FakeWindows final : public Windows {
   std::vector<std::string> raised;
   std::vector<Rect> frames;
   int updates = 0;
+  int drawn = 0;  ///< also those that changed nothing
 
  private:
   static std::string texts(const View& view) {
