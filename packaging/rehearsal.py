@@ -75,7 +75,7 @@ class Service:
     """The service host, and another one, on https; a plain port 80, to which nobody has a reason to come."""
 
     def __init__(self, host, scratch):
-        self.host, self.scratch, self.asked, self.answers = host, scratch, [], {}
+        self.host, self.scratch, self.asked, self.answers, self._hold = host, scratch, [], {}, None
         release.run("mount", "-t", "tmpfs", "none", "/etc/ssl/certs")
         secure = self.secure = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         self.present(self.certificate("Service", host, ELSEWHERE))
@@ -103,6 +103,9 @@ class Service:
         class Handler(http.server.BaseHTTPRequestHandler):
             def do_GET(self):
                 service.asked.append((port, self.headers["Host"], self.path))
+                if self.path == MANIFEST_PATH and (hold := service._hold):
+                    hold[0].set()
+                    hold[1].wait(30)
                 with contextlib.suppress(OSError):
                     service.answer(self)
 
@@ -142,6 +145,18 @@ class Service:
     def publish(self, folder):
         """Whatever a release tool left in the folder, from now on."""
         self.answers = {f"/download/{path.name}": path for path in folder.iterdir()}
+
+    @contextlib.contextmanager
+    def held(self):
+        """The next who asks for the manifest waits for an answer while this context lasts."""
+        came, released = self._hold = threading.Event(), threading.Event()
+        try:
+            if not came.wait(60):
+                raise AssertionError("nobody asks for the manifest")
+            yield
+        finally:
+            self._hold = None
+            released.set()
 
     def times(self, path):
         return sum(asked[2] == path for asked in self.asked)
