@@ -135,7 +135,8 @@ std::string systemVersion() {
 std::string versionOf(std::string_view release) {
   std::string_view version = release.substr(0, release.find_first_not_of("0123456789."));
   std::size_t end = 0;
-  for (int part = 0; part < 3 && end != std::string_view::npos; ++part) end = version.find('.', part == 0 ? 0 : end + 1);
+  for (int part = 0; part < 3 && end != std::string_view::npos; ++part)
+    end = version.find('.', part == 0 ? 0 : end + 1);
   version = version.substr(0, end);
   while (version.ends_with('.')) version.remove_suffix(1);
   return std::string(version);

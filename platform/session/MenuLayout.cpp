@@ -61,8 +61,8 @@ std::size_t longestSection(const MenuTree& menu) {
 /// A submenu between two others needs no line on either side.
 void removeNeedlessLines(MenuTree& menu) {
   for (std::size_t at = 1; at + 1 < menu.size();) {
-    const bool stands = menu[at].form != MenuRow::Form::separator || menu[at - 1].children.empty() ||
-                        menu[at + 1].children.empty();
+    const bool stands =
+        menu[at].form != MenuRow::Form::separator || menu[at - 1].children.empty() || menu[at + 1].children.empty();
     if (stands)
       ++at;
     else
@@ -74,9 +74,8 @@ void removeNeedlessLines(MenuTree& menu) {
 
 MenuTree foldedMenu(MenuTree menu) {
   if (menu.size() > 1 && menu[0].form == MenuRow::Form::header) {
-    const auto said = std::find_if(menu.begin() + 1, menu.end(), [](const MenuRow& row) {
-      return row.form != MenuRow::Form::separator;
-    });
+    const auto said = std::find_if(menu.begin() + 1, menu.end(),
+                                   [](const MenuRow& row) { return row.form != MenuRow::Form::separator; });
     if (said != menu.end() && said->form == MenuRow::Form::section && said->title == menu[0].title) menu.erase(said);
   }
   while (menu.size() > MenuLayout::kMostRows) {

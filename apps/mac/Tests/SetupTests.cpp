@@ -41,7 +41,8 @@ class SetupTest : public testing::Test {
                 [this](const HelperCommand& command, double timeout, auto completed) {
                   calls.push_back({command, timeout, std::move(completed)});
                 },
-            .registerLoginItem = [this](bool isNew) { return ++(isNew ? newRegistrations : registrations), loginFailure; },
+            .registerLoginItem =
+                [this](bool isNew) { return ++(isNew ? newRegistrations : registrations), loginFailure; },
             .showError = [this](const RuntimeError& error) { errors.push_back(error.description()); }});
     controller->onFirstRun = [this] { events.emplace_back("first run"); };
     controller->onBeforeInstall = [this] { events.emplace_back("before install"); };

@@ -30,10 +30,12 @@ TEST(Json, WritesSortedAndCompactAndReadsItBack) {
 }
 
 TEST(Json, HalfASurrogatePairHidesNothingElse) {
-  const Table<std::string, std::string> rows = {
-      {R"("a\ud83d")", "a\uFFFD"},       {R"("\uDD25b")", "\uFFFDb"},
-      {R"("\ud83d\ud83d\udd25")", "\uFFFD🔥"}, {R"("\ud83d\n\ud83dx")", "\uFFFD\n\uFFFDx"},
-      {R"("\\ud83d")", "\\ud83d"},    {R"("\ud83d\udd25")", "🔥"}};
+  const Table<std::string, std::string> rows = {{R"("a\ud83d")", "a\uFFFD"},
+                                                {R"("\uDD25b")", "\uFFFDb"},
+                                                {R"("\ud83d\ud83d\udd25")", "\uFFFD🔥"},
+                                                {R"("\ud83d\n\ud83dx")", "\uFFFD\n\uFFFDx"},
+                                                {R"("\\ud83d")", "\\ud83d"},
+                                                {R"("\ud83d\udd25")", "🔥"}};
   for (const auto& [text, value] : rows) EXPECT_EQ(*Json::parse(text).string(), value) << text;
   EXPECT_THROW(Json::parse(R"("\ud83)"), JsonError);
 }
