@@ -153,6 +153,10 @@ TEST(AppUpdateInstall, EachCallMayFailOnce) {
       const bool over = life.world.loop.stopped();
       EXPECT_EQ(life.updater->phase() == AppSelfUpdater::Phase::installing, over);
       EXPECT_NE(wholeAt(account.files, kPlace), 0);
+      if (wholeAt(account.files, kPlace) == 42) {
+        const int staged = wholeAt(account.files, kFolder + "/staged-42/Kestrelune.app");
+        EXPECT_TRUE(staged == 41 || wholeAt(account.files, kBackup) == 41) << "nothing to go back to";
+      }
       if (over) {
         EXPECT_EQ(wholeAt(account.files, kBackup), 41);
         EXPECT_FALSE(account.isMarked()) << "it would be taken for one of the new build";
@@ -162,6 +166,24 @@ TEST(AppUpdateInstall, EachCallMayFailOnce) {
       }
     }
   }
+}
+
+TEST(AppUpdateInstall, AConfirmationIsWrittenAgainUntilItStands) {
+  Account account(Way::exchange);
+  putApp(account.files, kPlace, 42);
+  AppUpdateState state;
+  state.pending = {41, 42, 0};
+  AppUpdateFiles(account.files, Url::file(kFolder)).write(state);
+  account.files.unlink(kFolder + "/rolled-back");
+  account.files.unlink(kFolder + "/confirmed-42");
+  Life life(account.files);
+  life.updater->start();
+  life.world.loop.pass(AppUpdateTimes::kConfirmation - 0.1);
+  account.files.failAt(1, ENOSPC);
+  life.world.loop.pass(0.2);
+  EXPECT_FALSE(account.files.content(kFolder + "/confirmed-42"));
+  life.world.loop.pass(5);
+  EXPECT_TRUE(account.files.content(kFolder + "/confirmed-42")) << "a good build would be taken back for good";
 }
 
 }  // namespace

@@ -11,6 +11,7 @@ namespace {
 
 constexpr double kPendingSeconds = 600;
 constexpr double kReadAgainSeconds = 5;
+constexpr double kConfirmAgainSeconds = 1;
 constexpr double kScriptSeconds = 60;  ///< far more than the script needs to see a confirmation
 constexpr double kStaleSeconds = 600;  ///< longer than any script lives
 
@@ -64,7 +65,10 @@ void AppSelfUpdater::reportIn() {
     state->pending.reset();
   }
   writeQuietly(*state);
-  if (confirms) confirmation_ = outside_.loop.after(AppUpdateTimes::kConfirmation, [this] { confirm(); });
+  if (confirms) {
+    confirmsUntil_ = outside_.clock.uptime() + AppUpdateTimes::kWatchdogRounds;
+    confirmation_ = outside_.loop.after(AppUpdateTimes::kConfirmation, [this] { confirm(); });
+  }
   // A script that was killed leaves them, and a build that was put aside keeps a package from bringing a newer one.
   if (!confirms && !state->pending && files_.hasBackups()) {
     confirmation_ = outside_.loop.after(kStaleSeconds, [this] {
@@ -84,11 +88,18 @@ std::optional<AppUpdateState> AppSelfUpdater::currentState() const {
 }
 
 void AppSelfUpdater::confirm() {
+  bool stands = true;
   try {
     files_.place(files_.confirmationURL(installed_->build), "");
   } catch (const RuntimeError&) {
+    stands = false;
   }
-  files_.clean(std::nullopt);
+  files_.clean({});
+  // A disk that is full at this moment must not cost a good build, which the script would take back.
+  if (!stands && outside_.clock.uptime() < confirmsUntil_) {
+    confirmation_ = outside_.loop.after(kConfirmAgainSeconds, [this] { confirm(); });
+    return;
+  }
   confirmation_ = outside_.loop.after(kScriptSeconds, [this] {
     // The script takes the mark and the build before at once; one that was killed takes neither.
     if (outside_.files.info(files_.confirmationURL(installed_->build).path())) files_.removeBackups();

@@ -73,6 +73,8 @@ class AppSelfUpdater {
 
   void verify(const AppRelease& release, const Url& app);
   void assess(const AppRelease& release, const Url& app);
+  /// What stands in the application's place now, which after an update is not what runs. Absent: nothing whole.
+  std::optional<std::int64_t> standingBuild() const;
   void refuse(const AppRelease& release);
   void installIfQuiet();
   void install();
@@ -99,6 +101,7 @@ class AppSelfUpdater {
   std::set<std::int64_t> refused_;  ///< in this run; only a rollback is remembered longer
   std::vector<Timer> timers_;
   Timer confirmation_;
+  double confirmsUntil_ = 0;  ///< uptime at which the script no longer waits
   std::unique_ptr<AppUpdateFiles::Claim> claim_;  ///< held while this process handles the folder
   std::optional<std::string> requirement_;        ///< what this maker's applications satisfy; absent: no updates
   Lifetime lifetime_;

@@ -80,7 +80,9 @@ void AppSelfUpdater::download(const AppRelease& release) {
   // Another companion of this user may be at it.
   claim_ = files_.claim();
   if (!claim_) return backToIdle();
-  files_.clean(release.build);
+  std::vector<std::int64_t> keeping{release.build};
+  if (const auto standing = standingBuild()) keeping.push_back(*standing);
+  files_.clean(keeping);
   const std::string part = files_.zipURL(release.build).path() + ".part";
   outside_.http.download({*url, kDownloadTimeout, kWholeTimeout, release.size}, part,
                          lifetime_.guarded([this, release, part](const std::optional<HttpResponse>& response) {

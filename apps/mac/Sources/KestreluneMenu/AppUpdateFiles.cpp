@@ -1,5 +1,6 @@
 #include "AppUpdateFiles.hpp"
 
+#include <algorithm>
 #include <charconv>
 #include <utility>
 #include <vector>
@@ -128,14 +129,14 @@ bool AppUpdateFiles::takeRolledBack(const std::function<void(std::int64_t build)
   }
 }
 
-void AppUpdateFiles::clean(std::optional<std::int64_t> keeping) const {
+void AppUpdateFiles::clean(const std::vector<std::int64_t>& keeping) const {
   const auto names = files_.list(directory_.path());
   if (!names) return;
   for (const std::string& name : names.value) {
     if (!name.starts_with("Kestrelune-") && !name.starts_with("staged-") && !name.starts_with("failed-")) continue;
     const Url url = directory_.appending(name);
-    if (keeping && (url == zipURL(*keeping) || url == stagedURL(*keeping))) continue;
-    removeTree(files_, url.path());
+    const auto isOf = [&](std::int64_t build) { return url == zipURL(build) || url == stagedURL(build); };
+    if (std::none_of(keeping.begin(), keeping.end(), isOf)) removeTree(files_, url.path());
   }
 }
 

@@ -79,8 +79,8 @@ class AppUpdateFiles {
   /// stop in between loses nothing; a damaged one just goes. False: the mark stays, since it can't be read for the
   /// moment or `remember` threw a `RuntimeError`.
   bool takeRolledBack(const std::function<void(std::int64_t build)>& remember) const;
-  /// Removes archives, unpacked releases and failed builds, except those of one build. Failures are passed over.
-  void clean(std::optional<std::int64_t> keeping) const;
+  /// Removes archives, unpacked releases and failed builds, except those of these builds. Failures are passed over.
+  void clean(const std::vector<std::int64_t>& keeping) const;
   /// Whether there is anything that `removeBackups` removes.
   bool hasBackups() const;
   /// Removes every build that was put aside, what a move left half done, and confirmations. Failures are passed over.

@@ -66,6 +66,8 @@ void AppSelfUpdater::install() {
   // One of an earlier attempt would be taken for this one's.
   outside_.files.unlink(files_.confirmationURL(staged.release.build).path());
   try {
+    // Where the backup has no room nothing is moved.
+    if (outside_.files.linkInfo(backup.path())) throw RuntimeError::posix(EEXIST);
     placeWatchdog();
     state.pending = {installed_->build, staged.release.build, outside_.clock.now().seconds};
     files_.write(state);
@@ -76,7 +78,15 @@ void AppSelfUpdater::install() {
   }
   writeQuietly(before);
   staged_.reset();
-  refuse(staged.release);
+  if (standingBuild() != staged.release.build) return refuse(staged.release);
+  // The exchange went only half: what lies in the new one's folder is the old one, and nothing else to go back to.
+  refused_.insert(staged.release.build);
+  backToIdle();
+}
+
+std::optional<std::int64_t> AppSelfUpdater::standingBuild() const {
+  const auto standing = InstalledApp::from(Bundle(outside_.files, installed_->url));
+  return standing ? std::optional(standing->build) : std::nullopt;
 }
 
 /// The script and the tools it needs, all of this build, so that none depends on the new one.
