@@ -50,6 +50,8 @@ TEST(Heartbeat, IsWholeForEveryReaderHoweverItsWriterEnds) {
     torn += isTorn(folder.read("menubar.json"));
   }
   EXPECT_EQ(torn, 0);
+  Heartbeat(systemFiles(), file, 4712).removeTemporaries();
+  EXPECT_EQ(folder.count(), 1u) << "what was killed has left something";
 }
 
 TEST(Heartbeat, AFailureLeavesTheOldFileAndNoTemporaryOne) {

@@ -83,6 +83,11 @@ struct SetupFilesTest : testing::Test {
         files.crashAt(n);
         EXPECT_THROW(run(), FakeFiles::Crash);
         look(std::string(fromOld ? "old " : "empty ") + std::to_string(n), fromOld);
+        files.restart();
+        place.removeTemporaries();
+        for (const std::string& path : files.paths())
+          EXPECT_TRUE(path.find("/.setup-") == path.npos && path.find("/.current-") == path.npos)
+              << n << " left " << path;
       }
     }
   }

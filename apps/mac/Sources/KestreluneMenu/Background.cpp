@@ -119,9 +119,10 @@ void BackgroundProcess::schedule(double seconds) {
 void BackgroundProcess::stop() {
   pending_.reset();
   startAfterExit_ = false;
-  if (!process_ || !process_->running()) return;
+  if (!process_) return;
+  // Its end may have come already and not been told: it is no crash after this.
   stopping_ = true;
-  process_->terminate();
+  if (process_->running()) process_->terminate();
 }
 
 bool BackgroundProcess::restart() {

@@ -37,6 +37,7 @@ MenuController::MenuController(Configuration configuration, Outside outside)
                     .unseen = lifetime_.guarded([this](const UnseenIcon& unseen) { tellUnseen(unseen); })});
   notifications_.start();
   refresh();
+  if (!configuration_.dryRun) heartbeat_.removeTemporaries();
   writeHeartbeat();
   schedule(kRefreshSeconds, [this] { refresh(); });
   schedule(kHeartbeatSeconds, [this] { writeHeartbeat(); });

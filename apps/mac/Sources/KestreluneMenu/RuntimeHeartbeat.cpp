@@ -13,6 +13,8 @@ namespace {
 constexpr mode_t kFolderMode = 0700;
 constexpr mode_t kFileMode = 0600;
 constexpr std::size_t kLargestFile = 65536;
+constexpr const char* kPrefix = ".menubar-";
+constexpr const char* kSuffix = ".tmp";
 
 void throwIfFailed(int error) {
   if (error != 0) throw RuntimeError::posix(error);
@@ -28,7 +30,13 @@ void Heartbeat::write(Date now) {
   beat.set("pid", static_cast<std::int64_t>(pid_));
   beat.set("schemaVersion", 1);
   beat.set("updatedAt", formatIso8601(now));
-  throwIfFailed(placeFile(files_, url_.path(), beat.write(), kFileMode, ".menubar-", ".tmp"));
+  throwIfFailed(placeFile(files_, url_.path(), beat.write(), kFileMode, kPrefix, kSuffix));
+}
+
+void Heartbeat::removeTemporaries() {
+  const Url folder = url_.deletingLastComponent();
+  for (const std::string& name : files_.list(folder.path()).value)
+    if (name.starts_with(kPrefix) && name.ends_with(kSuffix)) files_.unlink(folder.appending(name).path());
 }
 
 void Heartbeat::removeOwnedFile() {

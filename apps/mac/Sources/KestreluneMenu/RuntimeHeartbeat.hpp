@@ -16,6 +16,9 @@ class Heartbeat {
   /// `RuntimeError::posix`; the old file then stands.
   void write(Date now);
 
+  /// Removes what a writer that was killed left beside the file. Only while no other may write.
+  void removeTemporaries();
+
   /// Removes the file if it carries this process's id, and does nothing otherwise.
   void removeOwnedFile();
 

@@ -70,6 +70,7 @@ void SetupController::inBackground(std::function<std::function<void()>()> work) 
 
 void SetupController::start(const Snapshot& snapshot) {
   if (configuration_.dryRun) return;
+  files_.removeTemporaries();
   const bool helperRuns = snapshot.signal != Signal::red && snapshot.status && snapshot.status->state == "running";
   if (onFirstRun && payload_ && !outside_.defaults.boolean(kWindowCompletedKey) && !hasAgent() && !helperRuns) {
     return onFirstRun();

@@ -17,6 +17,7 @@ constexpr mode_t kLauncherMode = 0700;
 constexpr std::size_t kLargestHelper = 256 << 20;
 constexpr std::size_t kLargestLauncher = 1 << 20;
 constexpr char kTemporary[] = ".setup-";
+constexpr char kTemporaryLink[] = ".current-";
 
 void throwIfFailed(int error) {
   if (error != 0) throw RuntimeError::posix(error);
@@ -115,7 +116,7 @@ class Placement {
 
   /// There is no moment without a link.
   void switchLink() {
-    const std::string temporary = nodeFolder().appending(".current-" + text::makeUuid()).path();
+    const std::string temporary = nodeFolder().appending(kTemporaryLink + text::makeUuid()).path();
     int error = files_.symlink(runtime_, temporary);
     if (error == 0) error = files_.rename(temporary, link().path());
     files_.unlink(temporary);
@@ -146,6 +147,16 @@ HelperFileChanges HelperFiles::place(const HelperPayload& payload, HelperArchite
   const bool helperWritten = placement.placeHelper(bytes.value, payload.helperSHA256, replaceHelper);
   placement.placeLauncher();
   return {nodeWritten || linkMoved, helperWritten};
+}
+
+void HelperFiles::removeTemporaries() const {
+  std::vector<Url> folders = {root.appending("helper"), root.appending("bin"), root.appending("node")};
+  for (const std::string& runtime : files.list(folders.back().path()).value)
+    if (runtime.starts_with("node-")) folders.push_back(root.appending("node").appending(runtime).appending("bin"));
+  for (const Url& folder : folders) {
+    for (const std::string& name : files.list(folder.path()).value)
+      if (name.starts_with(kTemporary) || name.starts_with(kTemporaryLink)) files.unlink(folder.appending(name).path());
+  }
 }
 
 std::string HelperFiles::wrapper(const Url& root) {

@@ -33,6 +33,10 @@ struct HelperFiles {
   /// error number of what failed.
   HelperFileChanges place(const HelperPayload& payload, HelperArchitecture architecture, bool replaceHelper) const;
 
+  /// Removes what a placement that was killed left under names of its own. Only while no other may run. Failures are
+  /// passed over.
+  void removeTemporaries() const;
+
   /// The launcher's text: it runs the helper under the current runtime with the launcher's own arguments.
   static std::string wrapper(const Url& root);
 };
