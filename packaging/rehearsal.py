@@ -25,6 +25,7 @@ import time
 import release
 
 ROOT = release.ROOT
+sys.path.insert(0, str(ROOT / "demo/desktop"))
 INSIDE = "KESTRELUNE_REHEARSAL_INSIDE"
 ELSEWHERE = "elsewhere.example"
 DISPLAY = ":9"

@@ -18,6 +18,7 @@ import zipfile
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
 import release  # noqa: E402
 from rehearsal import ELSEWHERE, MANIFEST_PATH, Stage, Watch, enter, wait_for  # noqa: E402
+from hostile import hostile  # noqa: E402
 
 KEPT = {"state.json", "watchdog.sh", "open", "move", "lock"}  # what may lie in the folder of updates for ever
 TOOLS = pathlib.Path(sys.argv[1]).resolve() / release.APP / "Contents/Helpers"
@@ -36,6 +37,9 @@ def confirmed(stage, number, **known):
 
 
 def whole_life(stage, good):
+    """In an environment that means ill, of which nothing reaches anybody."""
+    ill, usual = hostile(stage.scratch / "ill"), stage.environment
+    stage.environment = {**usual, **ill, "LD_PRELOAD": str(stage.scratch / "ill/nonsense")}
     stage.install(good[41])
     stage.service.publish(good[42])
     with Watch(stage) as watch:
@@ -50,6 +54,10 @@ def whole_life(stage, good):
     equal((watch.builds, watch.longest), ([41, 42], 0.0), "what stood in its place")
     with processed(stage):  # the same manifest again is no reason to do anything
         equal(stage.service.times("/download/Kestrelune-42.zip"), 1, "downloads")
+        got = pathlib.Path(f"/proc/{stage.running()}/environ").read_bytes().decode().split("\0")
+    equal([entry for entry in got if entry.split("=")[0] in {*ill, "LD_PRELOAD"}], [], "what reaches the new companion")
+    equal([path.name for path in (stage.scratch / "ill").glob("obeyed*")], [], "what was obeyed")
+    stage.environment = usual
 
 
 def across_file_systems(stage, good):

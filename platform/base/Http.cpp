@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+#include "base/Surroundings.hpp"
+#include "base/System.hpp"
 #include "base/Text.hpp"
 
 namespace kestrelune {
@@ -31,6 +33,7 @@ class ChildHttp final : public Http {
     task.executable = program_;
     task.arguments = {request.url.text(), std::to_string(request.limit), wholeSeconds(request.timeout),
                       wholeSeconds(request.wholeTimeout)};
+    task.environment = surroundings::proxies(system::environment());
     if (!file.empty()) task.arguments.push_back(file);
     task.output = TaskRequest::Stream::capture;
     task.errors = TaskRequest::Stream::capture;

@@ -9,7 +9,10 @@
 #include <cstring>
 #include <string_view>
 
+#include "Rights.hpp"
 #include "Transfer.hpp"
+#include "base/Surroundings.hpp"
+#include "base/System.hpp"
 
 using namespace kestrelune;
 
@@ -49,6 +52,7 @@ int main(int count, char** arguments) {
     std::fprintf(stderr, "usage: %s URL LIMIT TIMEOUT WHOLE-TIMEOUT [FILE]\n", arguments[0]);
     return 2;
   }
+  surroundings::clear();
   // Nobody waits for the answer once the companion has ended, and nothing here may hang for ever.
   prctl(PR_SET_PDEATHSIG, SIGTERM);
   alarm(static_cast<unsigned>(whole) + kGrace);
@@ -56,6 +60,8 @@ int main(int count, char** arguments) {
   const Descriptor output = opened(count > 5 ? arguments[5] : nullptr);
   if (!output) return failed(strerror(errno));
   curl_global_init(CURL_GLOBAL_DEFAULT);
+  const std::string open = confine(fetch::rights(arguments[1], limit, system::environment()));
+  if (!open.empty()) return failed(open.c_str());
   std::string reason;
   const long status = fetch::transfer(
       {.address = arguments[1], .limit = limit, .timeout = timeout, .wholeTimeout = whole, .output = output}, reason);

@@ -6,8 +6,12 @@
 
 #include "Accessible.hpp"
 #include "Appearance.hpp"
+#include "Rights.hpp"
 #include "Screen.hpp"
 #include "Style.hpp"
+#include "base/Bundle.hpp"
+#include "base/Surroundings.hpp"
+#include "base/System.hpp"
 
 namespace {
 
@@ -22,6 +26,15 @@ void choosePlatform() {
     qputenv("QT_QPA_PLATFORM", "xcb");
 }
 
+/// A window is worth more than its fences: what can't be had is said and no reason to end.
+void confineItself() {
+  using namespace kestrelune;
+  surroundings::clear();
+  const std::string open =
+      confine(screenRights(system::environment(), system::homeFolder().path(), Bundle::main().url().path()));
+  if (!open.empty()) std::fprintf(stderr, "The screen isn't confined: %s\n", open.c_str());
+}
+
 }  // namespace
 
 /// The screen of the companion, which starts it with one end of a socket pair: `KestreluneScreen --socket N`.
@@ -34,6 +47,7 @@ int main(int argc, char** argv) {
     std::fputs("This program is started by KestreluneMenu.\n", stderr);
     return 2;
   }
+  confineItself();
   choosePlatform();
   QApplication::setQuitOnLastWindowClosed(false);
   QApplication application(argc, argv);

@@ -4,6 +4,7 @@
 
 #include "Detached.hpp"
 #include "base/RunLoop.hpp"
+#include "base/Surroundings.hpp"
 #include "base/System.hpp"
 #include "session/DesktopEntry.hpp"
 #include "session/DesktopTerminal.hpp"
@@ -57,6 +58,7 @@ int openNamed(const std::string& name) {
 /// Opens an application: -n an application bundle, in a session of its own; -a an installed one by its name, -b by its
 /// identifier. What went wrong stands on standard error.
 int main(int count, char** arguments) {
+  surroundings::clear();
   const std::string_view kind = count == 3 ? arguments[1] : "";
   if (kind == "-n") return openBundle(arguments[2]);
   if (kind == "-b") return openInstalled(arguments[2], arguments[2]);

@@ -5,6 +5,7 @@
 
 #include "base/Clock.hpp"
 #include "base/CodeSignature.hpp"
+#include "base/Surroundings.hpp"
 
 using namespace kestrelune;
 
@@ -31,6 +32,7 @@ int report(const char* path, CodeSignature::Assessment assessment) {
 
 /// Asks whether an application as it lies there was accepted by the notary.
 int main(int count, char** arguments) {
+  surroundings::clear();
   const std::vector<std::string_view> given(arguments + 1, arguments + count);
   if (given.size() != 5 || given[0] != "--assess" || given[1] != "--type" || given[2] != "execute" ||
       given[3] != "-v") {

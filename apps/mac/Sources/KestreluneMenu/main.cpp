@@ -12,6 +12,7 @@
 #include "base/Files.hpp"
 #include "base/Http.hpp"
 #include "base/Instance.hpp"
+#include "base/Surroundings.hpp"
 #include "base/System.hpp"
 #include "base/Task.hpp"
 #include "session/Desktop.hpp"
@@ -55,6 +56,7 @@ bool isFirst(Instance& instance) {
 }  // namespace
 
 int main(int count, char** arguments) {
+  surroundings::clear();
   const std::optional<Configuration> configuration = launchConfiguration(system::environment());
   if (!configuration) return 0;
   Instance instance(configuration->helperRoot.path());

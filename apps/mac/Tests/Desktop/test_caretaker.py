@@ -9,6 +9,7 @@ import subprocess
 import time
 
 from desktop import BINARY, BUNDLE, PATIENCE, ROOT, Desktop, children, send, wait_for
+from hostile import hostile
 from peers import NotificationServer, TrayHost
 from runner import equal, test, true
 
@@ -112,6 +113,23 @@ def from_nothing():
         equal(send(process), 0, "exit status")
         wait_for("the helper's end", lambda: not desktop.helpers())
         equal(desktop.heartbeat.exists(), False, "a heartbeat after the end")
+
+
+@test("an environment that means ill reaches neither the helper nor the screen, which is confined")
+def ill_environment():
+    with Home(display=True) as desktop:
+        ill = hostile(desktop.folder / "ill")
+        process = desktop.start([BINARY], ill)
+        helper = wait_for("the helper", desktop.running, 60)
+        wait_for("the strip", desktop.windows)
+        screen, = (pid for pid in children(process.pid) if pid != helper)
+        for name, pid in {"helper": helper, "screen": screen}.items():
+            got = pathlib.Path(f"/proc/{pid}/environ").read_bytes().decode().split("\0")
+            equal([entry for entry in got if entry.split("=")[0] in ill], [], f"what reaches the {name}")
+        status = pathlib.Path(f"/proc/{screen}/status").read_text()
+        true("NoNewPrivs:\t1\n" in status and "Seccomp:\t2\n" in status, "the screen's confinement")
+        equal(send(process), 0, "exit status")
+        equal([path.name for path in (desktop.folder / "ill").glob("obeyed*")], [], "what was obeyed")
 
 
 @test("an older install by launch agent moves into the application, and a newer helper stays")

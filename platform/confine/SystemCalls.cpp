@@ -1,0 +1,54 @@
+#include "confine/SystemCalls.hpp"
+
+#include <seccomp.h>
+
+#include <cerrno>
+#include <memory>
+#include <type_traits>
+
+namespace kestrelune::calls {
+namespace {
+
+struct Free {
+  void operator()(void* filter) const { seccomp_release(filter); }
+};
+using Context = std::unique_ptr<std::remove_pointer_t<scmp_filter_ctx>, Free>;
+
+/// A tree of comparisons instead of a row of them.
+constexpr std::uint32_t kAsTree = 2;
+
+int add(const Context& context, const Rule& rule) {
+  const int number = seccomp_syscall_resolve_name(rule.call);
+  if (number == __NR_SCMP_ERROR) return 0;
+  const std::uint32_t action = rule.error == 0 ? SCMP_ACT_ALLOW : SCMP_ACT_ERRNO(static_cast<unsigned>(rule.error));
+  if (!rule.when) return seccomp_rule_add(context.get(), action, number, 0);
+  const scmp_arg_cmp compared = {rule.when->argument, SCMP_CMP_MASKED_EQ, rule.when->mask, rule.when->value};
+  return seccomp_rule_add_array(context.get(), action, number, 1, &compared);
+}
+
+std::vector<Rule> rulesFor(const std::vector<const char*>& names, int error) {
+  std::vector<Rule> rules;
+  for (const char* name : names) rules.push_back({name, error, {}});
+  return rules;
+}
+
+}  // namespace
+
+int load(const Filter& filter) {
+  const Context context(seccomp_init(filter.endsAtOthers ? SCMP_ACT_KILL_PROCESS : SCMP_ACT_ALLOW));
+  if (!context) return ENOMEM;
+  // Calls by another processor's numbers would go around the rules.
+  seccomp_attr_set(context.get(), SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_KILL_PROCESS);
+  seccomp_attr_set(context.get(), SCMP_FLTATR_CTL_OPTIMIZE, kAsTree);
+  for (const Rule& rule : filter.rules)
+    if (const int result = add(context, rule); result != 0) return -result;
+  const int result = -seccomp_load(context.get());
+  // The library's word for a kernel that refuses the call is ECANCELED; EINVAL and ENOSYS say that it has no filters.
+  return result == EINVAL || result == ENOSYS ? 0 : result;
+}
+
+std::vector<Rule> allowed(const std::vector<const char*>& names) { return rulesFor(names, 0); }
+
+std::vector<Rule> refused(const std::vector<const char*>& names, int error) { return rulesFor(names, error); }
+
+}  // namespace kestrelune::calls

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// What a process may ask of the kernel at all.
+namespace kestrelune::calls {
+
+/// Holds where `argument & mask == value`.
+struct When {
+  unsigned argument = 0;
+  std::uint64_t mask = 0, value = 0;
+};
+
+struct Rule {
+  const char* call;  ///< by its name; one that this system doesn't know is left out
+  int error = 0;     ///< 0: allowed; else it fails with this
+  std::optional<When> when;
+};
+
+struct Filter {
+  bool endsAtOthers = true;  ///< what no rule names ends the process; otherwise it is allowed
+  std::vector<Rule> rules;
+};
+
+/// From now on, for this thread and whatever it starts, for ever. An error number, or 0; also 0 where the kernel has no
+/// filters. Needs `PR_SET_NO_NEW_PRIVS`.
+int load(const Filter& filter);
+
+/// The rules of one kind for many calls.
+std::vector<Rule> allowed(const std::vector<const char*>& names);
+std::vector<Rule> refused(const std::vector<const char*>& names, int error);
+
+}  // namespace kestrelune::calls
