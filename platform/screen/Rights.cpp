@@ -45,7 +45,8 @@ Places readPlaces(const Environment& environment, const std::string& home) {
       {"fontconfig", "gtk-3.0",  "gtk-4.0", "dconf",          "kdeglobals",     "kdedefaults",    "kcminputrc",
        "kwinrc",     "plasmarc", "qt5ct",   "qt6ct",          "Kvantum",        "lxqt",           "xsettingsd",
        "pango",      "xkb",      "ibus",    "Trolltech.conf", "QtProject.conf", "user-dirs.dirs", "drirc"});
-  std::string_view rest = folder(environment, "XDG_DATA_DIRS", "");
+  const std::string more = folder(environment, "XDG_DATA_DIRS", "");
+  std::string_view rest = more;
   std::string data = folder(environment, "XDG_DATA_HOME", home + "/.local/share");
   while (!data.empty()) {
     add(places, data, {"fonts", "icons", "themes", "color-schemes", "mime", "glib-2.0/schemas", "plasma"});

@@ -22,8 +22,7 @@ namespace kestrelune::confined {
 class Listener {
  public:
   Listener() {
-    bind(socket_.number(), address(), sizeof address_);
-    listen(socket_.number(), 4);
+    if (bind(socket_.number(), address(), sizeof address_) != 0 || listen(socket_.number(), 4) != 0) throw errno;
     socklen_t size = sizeof address_;
     getsockname(socket_.number(), address(), &size);
   }

@@ -12,9 +12,10 @@ TEST(ScreenRights, TheDisplayIsLeftAndNeitherTheHelperNorTheNetworkNorAChild) {
   home.write(".kestrelune/status.json", "{}");
   home.write(".config/other/token", "secret");
   home.write(".config/gtk-3.0/settings.ini", "");
-  home.write("local", "");
+  home.write("brought/icons/theme", "");
   const confined::Listener elsewhere;
-  const Confinement left = screenRights({{"DISPLAY", ":0"}}, home.path(), "/nowhere");
+  const Confinement left = screenRights({{"DISPLAY", ":0"}, {"XDG_DATA_DIRS", "/usr/share:" + home.path("brought")}},
+                                        home.path(), "/nowhere");
   const bool fenced = landlock::version() >= 1;
   EXPECT_EQ(confined::fates(left, home.path(".kestrelune/status.json"), elsewhere),
             (std::array{fenced ? EACCES : 0, EAFNOSUPPORT, EPERM, EPERM}));
@@ -23,6 +24,7 @@ TEST(ScreenRights, TheDisplayIsLeftAndNeitherTheHelperNorTheNetworkNorAChild) {
   };
   EXPECT_EQ(reading(".config/other/token"), fenced ? EACCES : 0);
   EXPECT_EQ(reading(".config/gtk-3.0/settings.ini"), 0);
+  EXPECT_EQ(reading("brought/icons/theme"), 0);
   EXPECT_EQ(confined::fate(left, [] { return fork() < 0 ? errno : 0; }), EPERM);
   EXPECT_EQ(confined::fate(left, [] { return socket(AF_UNIX, SOCK_STREAM, 0) < 0; }), 0);
 }
