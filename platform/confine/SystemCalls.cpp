@@ -22,12 +22,15 @@ int add(const Context& context, const Rule& rule) {
   if (number == __NR_SCMP_ERROR) return 0;
   const std::uint32_t action = rule.error == 0 ? SCMP_ACT_ALLOW : SCMP_ACT_ERRNO(static_cast<unsigned>(rule.error));
   if (!rule.when) return seccomp_rule_add(context.get(), action, number, 0);
-  const scmp_arg_cmp compared = {rule.when->argument, SCMP_CMP_MASKED_EQ, rule.when->mask, rule.when->value};
+  const auto& [argument, mask, value, other] = *rule.when;
+  const scmp_arg_cmp compared =
+      other ? scmp_arg_cmp{argument, SCMP_CMP_NE, value, 0} : scmp_arg_cmp{argument, SCMP_CMP_MASKED_EQ, mask, value};
   return seccomp_rule_add_array(context.get(), action, number, 1, &compared);
 }
 
 std::vector<Rule> rulesFor(const std::vector<const char*>& names, int error) {
   std::vector<Rule> rules;
+  rules.reserve(names.size());
   for (const char* name : names) rules.push_back({name, error, {}});
   return rules;
 }

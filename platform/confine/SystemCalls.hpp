@@ -8,10 +8,11 @@
 /// What a process may ask of the kernel at all.
 namespace kestrelune::calls {
 
-/// Holds where `argument & mask == value`.
+/// Holds where `argument & mask` is the value; with `other` where the whole argument isn't.
 struct When {
   unsigned argument = 0;
   std::uint64_t mask = 0, value = 0;
+  bool other = false;
 };
 
 struct Rule {

@@ -130,20 +130,16 @@ calls::Filter filter(bool hasNetwork) {
   filter.rules.push_back({"clone3", ENOSYS, {}});
   filter.rules.push_back({"clone", EPERM, calls::When{0, CLONE_THREAD, 0}});
   filter.rules.push_back({"ioctl", EPERM, calls::When{1, 0xffffffff, TIOCSTI}});
-  constexpr std::uint64_t kFamilies = 46;
-  if (!hasNetwork)
-    for (std::uint64_t family = 0; family < kFamilies; ++family)
-      if (family != AF_UNIX)
-        filter.rules.push_back({"socket", EAFNOSUPPORT, calls::When{0, ~std::uint64_t{0}, family}});
+  if (!hasNetwork) filter.rules.push_back({"socket", EAFNOSUPPORT, calls::When{.value = AF_UNIX, .other = true}});
   return filter;
 }
 
 }  // namespace
 
-Confinement screenRights(const Environment& environment, const std::string& home, const std::string& bundle) {
+Confinement screenRights(const Environment& environment, const std::string& home, const std::string& libraries) {
   Confinement confinement;
   confinement.openings.read = readPlaces(environment, home);
-  confinement.openings.read.push_back(bundle);
+  confinement.openings.read.push_back(libraries);
   confinement.openings.write = writtenPlaces(environment, home);
   confinement.openings.devices = {"/dev/null",      "/dev/zero",    "/dev/dri",
                                   "/dev/nvidiactl", "/dev/nvidia0", "/dev/nvidia-modeset"};

@@ -11,7 +11,8 @@ namespace kestrelune {
 /// caches that they write, the graphics card, and sockets of this machine: its companion's, the display's and the
 /// buses'. Not the helper's folder nor anything else of the user's, no network but to a display on another machine, no
 /// child. Its libraries come from the desktop and no list of the calls they use would be whole, so the filter refuses
-/// some, and the rest is allowed. `bundle`: the application's folder.
-Confinement screenRights(const Environment& environment, const std::string& home, const std::string& bundle);
+/// some, and the rest is allowed. `libraries`: the folder of
+/// the application's own.
+Confinement screenRights(const Environment& environment, const std::string& home, const std::string& libraries);
 
 }  // namespace kestrelune

@@ -2,6 +2,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <optional>
 
 #include "Accessible.hpp"
@@ -9,7 +10,6 @@
 #include "Rights.hpp"
 #include "Screen.hpp"
 #include "Style.hpp"
-#include "base/Bundle.hpp"
 #include "base/Surroundings.hpp"
 #include "base/System.hpp"
 
@@ -26,12 +26,18 @@ void choosePlatform() {
     qputenv("QT_QPA_PLATFORM", "xcb");
 }
 
-/// A window is worth more than its fences: what can't be had is said and no reason to end.
+/// A window is worth more than its fences: what can't be had is said and no reason to end. The home folder is the one
+/// that the toolkit goes by, and asking the system for the account's would cost as much as all of this.
 void confineItself() {
   using namespace kestrelune;
   surroundings::clear();
+  const Environment environment = system::environment();
+  const auto home = environment.find("HOME");
+  std::error_code error;
+  const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
   const std::string open =
-      confine(screenRights(system::environment(), system::homeFolder().path(), Bundle::main().url().path()));
+      confine(screenRights(environment, home != environment.end() ? home->second : system::homeFolder().path(),
+                           program.parent_path().parent_path() / "Frameworks"));
   if (!open.empty()) std::fprintf(stderr, "The screen isn't confined: %s\n", open.c_str());
 }
 

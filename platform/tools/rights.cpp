@@ -24,7 +24,8 @@ std::string everything() {
                              fetch::rights("https://kestrelune.example/", kArchive, {}));
   text += "\n" + section("ditto", "the unpacker", unpack::rights("ARCHIVE", "FOLDER"));
   text += "\n" + section("KestreluneScreen", "at a display of this machine",
-                         screenRights({{"DISPLAY", ":0"}, {"XDG_RUNTIME_DIR", "/run/user/ID"}}, "~", "BUNDLE"));
+                         screenRights({{"DISPLAY", ":0"}, {"XDG_RUNTIME_DIR", "/run/user/ID"}}, "~",
+                                      "BUNDLE/Contents/Frameworks"));
   text += "\nVariables that no process of ours takes or hands on:\n\n| they would change | variables |\n|---|---|\n";
   for (const auto& [reason, names] : surroundings::refused())
     text += "| " + std::string(reason) + " | `" + std::string(names) + "` |\n";
