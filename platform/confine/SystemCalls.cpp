@@ -4,7 +4,9 @@
 
 #include <cerrno>
 #include <memory>
+#include <string_view>
 #include <type_traits>
+#include <utility>
 
 namespace kestrelune::calls {
 namespace {
@@ -14,11 +16,17 @@ struct Free {
 };
 using Context = std::unique_ptr<std::remove_pointer_t<scmp_filter_ctx>, Free>;
 
-/// A tree of comparisons instead of a row of them.
-constexpr std::uint32_t kAsTree = 2;
+/// What a newer C library may call and an older libseccomp doesn't know; such calls have one number everywhere.
+constexpr std::pair<std::string_view, int> kNewer[] = {{"fchmodat2", 452}, {"mseal", 462}};
+
+int numberOf(std::string_view call) {
+  for (const auto& [name, number] : kNewer)
+    if (name == call) return number;
+  return seccomp_syscall_resolve_name(call.data());
+}
 
 int add(const Context& context, const Rule& rule) {
-  const int number = seccomp_syscall_resolve_name(rule.call);
+  const int number = numberOf(rule.call);
   if (number == __NR_SCMP_ERROR) return 0;
   const std::uint32_t action = rule.error == 0 ? SCMP_ACT_ALLOW : SCMP_ACT_ERRNO(static_cast<unsigned>(rule.error));
   if (!rule.when) return seccomp_rule_add(context.get(), action, number, 0);
@@ -42,7 +50,6 @@ int load(const Filter& filter) {
   if (!context) return ENOMEM;
   // Calls by another processor's numbers would go around the rules.
   seccomp_attr_set(context.get(), SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_KILL_PROCESS);
-  seccomp_attr_set(context.get(), SCMP_FLTATR_CTL_OPTIMIZE, kAsTree);
   for (const Rule& rule : filter.rules)
     if (const int result = add(context, rule); result != 0) return -result;
   const int result = -seccomp_load(context.get());

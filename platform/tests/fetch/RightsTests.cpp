@@ -21,6 +21,8 @@ TEST(FetchRights, NothingIsLeftButTheServiceAndItsCertificates) {
   EXPECT_EQ(fate(left, [&] { return open(home.path("new").c_str(), O_WRONLY | O_CREAT, 0600); }), -SIGSYS);
   EXPECT_EQ(fate(left, [] { return socket(AF_UNIX, SOCK_STREAM, 0) < 0 ? errno : 0; }), EACCES) << "a bus";
   EXPECT_EQ(fate(left, [] { return open("/etc/hosts", O_RDONLY) < 0 ? errno : 0; }), 0);
+  constexpr long kChangeMode = 452;  // newer than some libraries know
+  EXPECT_EQ(fate(left, [] { return syscall(kChangeMode, -1, "", 0, 0) < 0 ? errno : 0; }), ENOSYS);
   const std::string own = "https://host.example:" + std::to_string(elsewhere.port());
   EXPECT_EQ(fate(rights(own, 1, {}), [&] { return elsewhere.connectTo(); }), 0);
 }
