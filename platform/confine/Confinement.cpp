@@ -12,6 +12,8 @@
 #include <set>
 #include <utility>
 
+#include "confine/Parts.hpp"
+
 namespace kestrelune {
 namespace {
 
@@ -20,24 +22,6 @@ constexpr bool kSanitized = true;
 #else
 constexpr bool kSanitized = false;
 #endif
-
-/// The runtimes of sanitizers reserve terabytes, read their own maps, write a log where they are told, and look for
-/// leaks from a process beside; nothing of that is in what is shipped.
-Confinement withSanitizers(Confinement confinement) {
-  if (!kSanitized) return confinement;
-  confinement.quota.memory.reset();
-  confinement.quota.processes.reset();
-  confinement.openings.read.push_back("/proc");
-  confinement.openings.write.push_back(std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "/tmp");
-  if (!confinement.calls.endsAtOthers) return confinement;
-  std::erase_if(confinement.calls.rules, [](const calls::Rule& rule) {
-    return std::set<std::string>{"clone", "open", "openat", "prctl", "prlimit64"}.contains(rule.call);
-  });
-  const auto more = calls::allowed({"clone", "open", "openat", "prctl", "prlimit64", "ptrace", "wait4", "sched_yield",
-                                    "sigaltstack", "getppid", "setrlimit", "mkdir", "dup", "dup2", "munlock"});
-  confinement.calls.rules.insert(confinement.calls.rules.end(), more.begin(), more.end());
-  return confinement;
-}
 
 /// Neither limit can be raised again. One that is lower already stays.
 int limit(__rlimit_resource resource, std::optional<std::uint64_t> most) {
@@ -62,17 +46,38 @@ int limitAll(const Quota& quota) {
   return 0;
 }
 
+std::string failed(const char* what, int error) { return std::string(what) + ": " + std::strerror(error); }
+
 }  // namespace
 
-std::string confine(const Confinement& wanted) {
-  const Confinement confinement = withSanitizers(wanted);
-  const auto failed = [](const char* what, int error) { return std::string(what) + ": " + std::strerror(error); };
+Confinement withSanitizers(Confinement confinement) {
+  if (!kSanitized) return confinement;
+  confinement.quota.memory.reset();
+  confinement.quota.processes.reset();
+  confinement.openings.read.push_back("/proc");
+  confinement.openings.write.push_back(std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "/tmp");
+  if (!confinement.calls.endsAtOthers) return confinement;
+  std::erase_if(confinement.calls.rules, [](const calls::Rule& rule) {
+    return std::set<std::string>{"clone", "open", "openat", "prctl", "prlimit64"}.contains(rule.call);
+  });
+  const auto more = calls::allowed({"clone", "open", "openat", "prctl", "prlimit64", "ptrace", "wait4", "sched_yield",
+                                    "sigaltstack", "getppid", "setrlimit", "mkdir", "dup", "dup2", "munlock"});
+  confinement.calls.rules.insert(confinement.calls.rules.end(), more.begin(), more.end());
+  return confinement;
+}
+
+std::string closeIn(const Confinement& confinement) {
   if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return failed("privileges", errno);
   if (const int error = landlock::close(confinement.openings); error != 0) return failed("files", error);
-  if (const int error = limitAll(confinement.quota); error != 0) return failed("limits", error);
-  // Last, since the others need calls that it may forbid.
-  if (const int error = calls::load(confinement.calls); error != 0) return failed("system calls", error);
-  return "";
+  const int error = limitAll(confinement.quota);
+  return error == 0 ? "" : failed("limits", error);
+}
+
+std::string confine(const Confinement& wanted, calls::Program program) {
+  const std::string open = closeIn(withSanitizers(wanted));
+  if (!open.empty()) return open;
+  const int error = calls::load(program);
+  return error == 0 ? "" : failed("system calls", error);
 }
 
 calls::Filter quietFilter() {

@@ -30,6 +30,9 @@ struct Confinement {
 /// that the kernel could hold isn't held; a part may have been given up then.
 std::string confine(const Confinement& confinement);
 
+/// The same with a filter that the build has made of its rules: nothing is loaded that makes filters.
+std::string confine(const Confinement& confinement, calls::Program program);
+
 /// One line for each thing that is left, as the manual prints them: "reads", "writes", "connects", "calls", "quota".
 std::string describe(const Confinement& confinement);
 

@@ -1,12 +1,16 @@
 #include "confine/SystemCalls.hpp"
 
 #include <seccomp.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <memory>
 #include <string_view>
 #include <type_traits>
 #include <utility>
+
+#include "base/Descriptor.hpp"
 
 namespace kestrelune::calls {
 namespace {
@@ -36,29 +40,36 @@ int add(const Context& context, const Rule& rule) {
   return seccomp_rule_add_array(context.get(), action, number, 1, &compared);
 }
 
-std::vector<Rule> rulesFor(const std::vector<const char*>& names, int error) {
-  std::vector<Rule> rules;
-  rules.reserve(names.size());
-  for (const char* name : names) rules.push_back({name, error, {}});
-  return rules;
+/// Empty, and an error number, where the library can't make it.
+std::pair<Context, int> made(const Filter& filter) {
+  Context context(seccomp_init(filter.endsAtOthers ? SCMP_ACT_KILL_PROCESS : SCMP_ACT_ALLOW));
+  if (!context) return {nullptr, ENOMEM};
+  // Calls by another processor's numbers would go around the rules.
+  seccomp_attr_set(context.get(), SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_KILL_PROCESS);
+  for (const Rule& rule : filter.rules)
+    if (const int result = add(context, rule); result != 0) return {nullptr, -result};
+  return {std::move(context), 0};
 }
 
 }  // namespace
 
 int load(const Filter& filter) {
-  const Context context(seccomp_init(filter.endsAtOthers ? SCMP_ACT_KILL_PROCESS : SCMP_ACT_ALLOW));
-  if (!context) return ENOMEM;
-  // Calls by another processor's numbers would go around the rules.
-  seccomp_attr_set(context.get(), SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_KILL_PROCESS);
-  for (const Rule& rule : filter.rules)
-    if (const int result = add(context, rule); result != 0) return -result;
+  const auto [context, error] = made(filter);
+  if (!context) return error;
   const int result = -seccomp_load(context.get());
   // The library's word for a kernel that refuses the call is ECANCELED; EINVAL and ENOSYS say that it has no filters.
   return result == EINVAL || result == ENOSYS ? 0 : result;
 }
 
-std::vector<Rule> allowed(const std::vector<const char*>& names) { return rulesFor(names, 0); }
-
-std::vector<Rule> refused(const std::vector<const char*>& names, int error) { return rulesFor(names, error); }
+std::vector<sock_filter> compiled(const Filter& filter) {
+  const auto [context, error] = made(filter);
+  const Descriptor memory(memfd_create("filter", MFD_CLOEXEC));
+  if (!context || !memory || seccomp_export_bpf(context.get(), memory.number()) != 0) return {};
+  const off_t size = lseek(memory.number(), 0, SEEK_END);
+  std::vector<sock_filter> program(static_cast<std::size_t>(size) / sizeof(sock_filter));
+  const auto bytes = program.size() * sizeof(sock_filter);
+  if (pread(memory.number(), program.data(), bytes, 0) != static_cast<ssize_t>(bytes)) return {};
+  return program;
+}
 
 }  // namespace kestrelune::calls

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <linux/filter.h>
+
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -26,12 +29,23 @@ struct Filter {
   std::vector<Rule> rules;
 };
 
+/// A filter as the kernel takes it, for a process that starts in a hurry: made by the build, for this processor.
+using Program = std::span<const sock_filter>;
+std::vector<sock_filter> compiled(const Filter& filter);
+
 /// From now on, for this thread and whatever it starts, for ever. An error number, or 0; also 0 where the kernel has no
 /// filters. Needs `PR_SET_NO_NEW_PRIVS`.
 int load(const Filter& filter);
+int load(Program program);
 
-/// The rules of one kind for many calls.
-std::vector<Rule> allowed(const std::vector<const char*>& names);
-std::vector<Rule> refused(const std::vector<const char*>& names, int error);
+/// The rules of one kind for many calls; 0: allowed.
+inline std::vector<Rule> rulesFor(const std::vector<const char*>& names, int error) {
+  std::vector<Rule> rules;
+  rules.reserve(names.size());
+  for (const char* name : names) rules.push_back({name, error, {}});
+  return rules;
+}
+inline std::vector<Rule> allowed(const std::vector<const char*>& names) { return rulesFor(names, 0); }
+inline std::vector<Rule> refused(const std::vector<const char*>& names, int error) { return rulesFor(names, error); }
 
 }  // namespace kestrelune::calls

@@ -17,6 +17,8 @@ namespace {
 
 constexpr std::uint16_t kNames = 53;
 constexpr std::uint64_t kMemory = 1ULL << 30, kSeconds = 600, kDescriptors = 64;
+/// Whoever keeps what is said on standard error in a file gets it.
+constexpr std::uint64_t kWords = 1 << 20;
 constexpr std::uint64_t kAll = ~std::uint64_t{0};
 
 /// The variables by which a proxy is named, as the network library reads them.
@@ -74,7 +76,7 @@ Confinement rights(const std::string& address, std::int64_t limit, const Environ
   confinement.calls = filter();
   confinement.quota = {.memory = kMemory,
                        .seconds = kSeconds,
-                       .fileSize = static_cast<std::uint64_t>(limit),
+                       .fileSize = static_cast<std::uint64_t>(limit) + kWords,
                        .descriptors = kDescriptors,
                        .processes = {}};
   return confinement;

@@ -81,7 +81,9 @@ std::optional<std::uint16_t> remoteDisplay(const Environment& environment) {
   return static_cast<std::uint16_t>(kFirstDisplay + number);
 }
 
-calls::Filter filter(bool hasNetwork) {
+}  // namespace
+
+calls::Filter screenFilter(bool hasNetwork) {
   // What needs more rights than an account has is out of reach anyway: there are no new privileges, and none are to be
   // had in namespaces.
   calls::Filter filter{false, calls::refused({"execve",
@@ -114,8 +116,6 @@ calls::Filter filter(bool hasNetwork) {
   return filter;
 }
 
-}  // namespace
-
 Confinement screenRights(const Environment& environment, const std::string& home, const std::string& libraries) {
   Confinement confinement;
   confinement.openings.read = readPlaces(environment, home);
@@ -126,7 +126,7 @@ Confinement screenRights(const Environment& environment, const std::string& home
   confinement.openings.nameless = true;
   const auto display = remoteDisplay(environment);
   if (display) confinement.openings.ports = {*display};
-  confinement.calls = filter(display.has_value());
+  confinement.calls = screenFilter(display.has_value());
   return confinement;
 }
 

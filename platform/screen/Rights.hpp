@@ -15,4 +15,10 @@ namespace kestrelune {
 /// the application's own.
 Confinement screenRights(const Environment& environment, const std::string& home, const std::string& libraries);
 
+/// The filter in them.
+calls::Filter screenFilter(bool hasNetwork);
+
+/// Leaves only these to this process. Empty, or why not.
+std::string confineScreen(const Environment& environment, const std::string& home, const std::string& libraries);
+
 }  // namespace kestrelune

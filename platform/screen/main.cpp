@@ -36,8 +36,8 @@ void confineItself() {
   std::error_code error;
   const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
   const std::string open =
-      confine(screenRights(environment, home != environment.end() ? home->second : system::homeFolder().path(),
-                           program.parent_path().parent_path() / "Frameworks"));
+      confineScreen(environment, home != environment.end() ? home->second : system::homeFolder().path(),
+                    program.parent_path().parent_path() / "Frameworks");
   if (!open.empty()) std::fprintf(stderr, "The screen isn't confined: %s\n", open.c_str());
 }
 

@@ -41,18 +41,21 @@ class Listener {
   sockaddr_in address_{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
 };
 
+/// Confines the process; empty, or why not.
+using Confining = std::function<std::string()>;
+
 /// How a process ends that confines itself and then does this: its status, negative for the signal that ended it.
-inline int fate(const Confinement& confinement, const std::function<int()>& attempt) {
+inline int fate(const Confining& confining, const std::function<int()>& attempt) {
   const pid_t pid = fork();
-  if (pid == 0) _exit(confine(confinement).empty() ? attempt() : 255);
+  if (pid == 0) _exit(confining().empty() ? attempt() : 255);
   int status = 0;
   waitpid(pid, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 
 /// What becomes of the attempts to read a file, to connect, to become another program, and to signal the parent.
-inline std::array<int, 4> fates(const Confinement& confinement, const std::string& file, const Listener& listener) {
-  const auto of = [&](const std::function<int()>& attempt) { return fate(confinement, attempt); };
+inline std::array<int, 4> fates(const Confining& confining, const std::string& file, const Listener& listener) {
+  const auto of = [&](const std::function<int()>& attempt) { return fate(confining, attempt); };
   const auto result = [](bool done) { return done ? 0 : errno; };
   return {of([&] { return result(open(file.c_str(), O_RDONLY) >= 0); }), of([&] { return listener.connectTo(); }),
           of([&] { return result(execl("/bin/true", "true", nullptr) == 0); }),

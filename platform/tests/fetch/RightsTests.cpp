@@ -13,7 +13,7 @@ TEST(FetchRights, NothingIsLeftButTheServiceAndItsCertificates) {
   const TestFolder home;
   home.write("key", "secret");
   const confined::Listener elsewhere;
-  const Confinement left = rights("https://host.example/", 1000, {});
+  const auto left = [] { return confine(rights("https://host.example/", 1000, {})); };
   // Older kernels can't tell one port from another.
   const int connecting = landlock::version() >= 4 ? EACCES : 0;
   const int reading = landlock::version() >= 1 ? EACCES : 0;
@@ -24,7 +24,7 @@ TEST(FetchRights, NothingIsLeftButTheServiceAndItsCertificates) {
   constexpr long kChangeMode = 452;  // newer than some libraries know
   EXPECT_EQ(fate(left, [] { return syscall(kChangeMode, -1, "", 0, 0) < 0 ? errno : 0; }), ENOSYS);
   const std::string own = "https://host.example:" + std::to_string(elsewhere.port());
-  EXPECT_EQ(fate(rights(own, 1, {}), [&] { return elsewhere.connectTo(); }), 0);
+  EXPECT_EQ(fate([&] { return confine(rights(own, 1, {})); }, [&] { return elsewhere.connectTo(); }), 0);
 }
 
 TEST(FetchRights, AProxyIsReachedWhereItListens) {

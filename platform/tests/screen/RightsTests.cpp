@@ -14,8 +14,8 @@ TEST(ScreenRights, TheDisplayIsLeftAndNeitherTheHelperNorTheNetworkNorAChild) {
   home.write(".config/gtk-3.0/settings.ini", "");
   home.write("brought/icons/theme", "");
   const confined::Listener elsewhere;
-  const Confinement left = screenRights({{"DISPLAY", ":0"}, {"XDG_DATA_DIRS", "/usr/share:" + home.path("brought")}},
-                                        home.path(), "/nowhere");
+  const Environment environment = {{"DISPLAY", ":0"}, {"XDG_DATA_DIRS", "/usr/share:" + home.path("brought")}};
+  const auto left = [&] { return confineScreen(environment, home.path(), "/nowhere"); };
   const bool fenced = landlock::version() >= 1;
   EXPECT_EQ(confined::fates(left, home.path(".kestrelune/status.json"), elsewhere),
             (std::array{fenced ? EACCES : 0, EAFNOSUPPORT, EPERM, EPERM}));

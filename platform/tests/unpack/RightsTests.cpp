@@ -13,7 +13,7 @@ TEST(UnpackRights, NothingIsLeftButTheArchiveAndItsFolder) {
   const TestFolder home;
   home.write("key", "secret");
   home.write("out/inner/file", "");
-  const Confinement left = rights(home.path("archive"), home.path("out/inner"));
+  const auto left = [&] { return confine(rights(home.path("archive"), home.path("out/inner"))); };
   const int denied = landlock::version() >= 1 ? EACCES : 0;
   EXPECT_EQ(confined::fates(left, home.path("key"), {}), (std::array{denied, -SIGSYS, -SIGSYS, -SIGSYS}));
   const auto making = [&](const std::string& name) {
