@@ -4,14 +4,15 @@
 #include <xcb/xfixes.h>
 
 #include <QGuiApplication>
+#include <array>
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 namespace kestrelune::xserver {
 namespace {
 
-constexpr char kTray[] = "_NET_SYSTEM_TRAY_S0";
 /// In milliseconds: a tray takes its selection before it is ready for icons.
 constexpr int kSettles = 200;
 
@@ -21,17 +22,34 @@ struct Free {
 
 xcb_connection_t* server() { return qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection(); }
 
-xcb_atom_t atomOf(const QByteArray& name) {
-  const auto length = static_cast<std::uint16_t>(name.size());
-  const std::unique_ptr<xcb_intern_atom_reply_t, Free> atom(
-      xcb_intern_atom_reply(server(), xcb_intern_atom(server(), 0, length, name.constData()), nullptr));
-  return atom ? atom->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+/// The server's numbers for the names that are asked about. It is asked for all at once, since at a start each answer
+/// is waited for.
+struct Atoms {
+  xcb_atom_t tray = XCB_ATOM_NONE, clipboardManager = XCB_ATOM_NONE, compositor = XCB_ATOM_NONE;
+};
+
+Atoms askForAtoms() {
+  constexpr std::array<std::string_view, 3> kNames = {"_NET_SYSTEM_TRAY_S0", "CLIPBOARD_MANAGER", "_NET_WM_CM_S0"};
+  std::array<xcb_intern_atom_cookie_t, kNames.size()> asked{};
+  std::array<xcb_atom_t, kNames.size()> got{};
+  for (std::size_t i = 0; i < kNames.size(); ++i)
+    asked[i] = xcb_intern_atom(server(), 0, static_cast<std::uint16_t>(kNames[i].size()), kNames[i].data());
+  for (std::size_t i = 0; i < kNames.size(); ++i) {
+    const std::unique_ptr<xcb_intern_atom_reply_t, Free> answer(xcb_intern_atom_reply(server(), asked[i], nullptr));
+    if (answer) got[i] = answer->atom;
+  }
+  return {got[0], got[1], got[2]};
 }
 
-bool hasOwner(const QByteArray& selection) {
+const Atoms& atoms() {
+  static const Atoms known = askForAtoms();
+  return known;
+}
+
+bool hasOwner(xcb_atom_t Atoms::*selection) {
   if (!inUse()) return false;
   const std::unique_ptr<xcb_get_selection_owner_reply_t, Free> owner(
-      xcb_get_selection_owner_reply(server(), xcb_get_selection_owner(server(), atomOf(selection)), nullptr));
+      xcb_get_selection_owner_reply(server(), xcb_get_selection_owner(server(), atoms().*selection), nullptr));
   return owner && owner->owner != XCB_WINDOW_NONE;
 }
 
@@ -39,21 +57,22 @@ bool hasOwner(const QByteArray& selection) {
 
 bool inUse() { return QGuiApplication::platformName() == "xcb"; }
 bool isXwayland() { return inUse() && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"); }
-bool hasTray() { return hasOwner(kTray); }
-bool hasClipboardManager() { return hasOwner("CLIPBOARD_MANAGER"); }
-bool hasCompositor() { return hasOwner("_NET_WM_CM_S0"); }
+bool hasTray() { return hasOwner(&Atoms::tray); }
+bool hasClipboardManager() { return hasOwner(&Atoms::clipboardManager); }
+bool hasCompositor() { return hasOwner(&Atoms::compositor); }
 
 TrayWatch::TrayWatch(std::function<void()> changed) {
   settled_.setSingleShot(true);
   settled_.setInterval(kSettles);
   QObject::connect(&settled_, &QTimer::timeout, std::move(changed));
   if (!inUse()) return;
+  xcb_prefetch_extension_data(server(), &xcb_xfixes_id);
+  selection_ = atoms().tray;
   const xcb_query_extension_reply_t* extension = xcb_get_extension_data(server(), &xcb_xfixes_id);
   if (!extension || !extension->present) return;
   // The server answers nothing of an extension before it was told a version, and the toolkit has told it this one.
-  const std::unique_ptr<xcb_xfixes_query_version_reply_t, Free> version(xcb_xfixes_query_version_reply(
-      server(), xcb_xfixes_query_version(server(), XCB_XFIXES_MAJOR_VERSION, XCB_XFIXES_MINOR_VERSION), nullptr));
-  selection_ = atomOf(kTray);
+  const auto told = xcb_xfixes_query_version(server(), XCB_XFIXES_MAJOR_VERSION, XCB_XFIXES_MINOR_VERSION);
+  xcb_discard_reply(server(), told.sequence);
   event_ = static_cast<std::uint8_t>(extension->first_event + XCB_XFIXES_SELECTION_NOTIFY);
   const std::uint32_t kinds = XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
                               XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
